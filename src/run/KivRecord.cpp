@@ -1,0 +1,3 @@
+#include "run/KivRecord.h"
+
+KivRecord Kiv;
