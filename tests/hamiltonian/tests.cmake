@@ -1,0 +1,1 @@
+kiv_tests(hamiltonian SOURCES Eispack_test.cpp LINKS kiv_eigen)
