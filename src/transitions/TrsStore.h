@@ -1,0 +1,10 @@
+// The transition store: parallel arrays of the run record, one entry a line.
+//
+// Line n has its position FI_Sim_Erg[n], intensity FI_Sim_Itn[n], amplitudes at 3n (a, b, c), band
+// letter FI_BT_Lbl[n], quantum numbers at 6n (J', Ka', Kc', J'', Ka'', Kc''), level indices
+// FI_Erg_Idx and derivatives at (d0 + d1) n: d0 negated ground-state ones, then d1 excited ones.
+#pragma once
+
+/// Mode 0 allocates the store for Trs_Max_Lines lines, mode 1 raises the capacity by 10000 and
+/// grows what mode 0 had allocated. 1, or 0 with the message of the array that was refused.
+int TrsOut(int mode);
