@@ -85,6 +85,7 @@ struct KivRecord {
     // Names
     char Comment[500] = "NO COMMENT\n";
     std::string Inp_Flnm = "Kiv.in";  // any path the system accepts
+    std::string Last_Line;            // words of the record that the end of the input file cut off
     char Out_Base[kMaxName + 1] = "Kiv";
     char NextInp_Flnm[kMaxName + 1] = "NextInput.in";  // carried through, never written to
     char Asn_Flnm[kMaxName + 1] = "Kiv.asn";
