@@ -1,0 +1,1 @@
+kiv_tests(fit SOURCES Svd_test.cpp LINKS kiv_fit)
