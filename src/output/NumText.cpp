@@ -2,6 +2,7 @@
 
 #include <array>
 #include <bit>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -17,9 +18,13 @@ constexpr int kExponentMask = 0x7FF;
 
 // Below 2^49 the value in units of 0.0001 fits 63 bits, and the lowest bit of the mantissa is
 // worth less than 1.
-constexpr int kFastExponent = kExponentBias + 49;
+constexpr double kExactLimit = 0x1p49;
 
 constexpr std::uint64_t kUnits = 10000;  // of 0.0001
+
+// A product with 10000 in double is this far from one half at most when its rounding is in doubt;
+// its error is below 2^-40.
+constexpr double kDoubt = 0x1p-30;
 
 // "00", "01" .. "99"
 constexpr std::array<char, 200> kPairs = [] {
@@ -28,6 +33,13 @@ constexpr std::array<char, 200> kPairs = [] {
         pairs[2 * i] = static_cast<char>('0' + i / 10);
         pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
     }
+    return pairs;
+}();
+
+// " 0" .. " 9", "10" .. "99"
+constexpr std::array<char, 200> kBlankPairs = [] {
+    std::array<char, 200> pairs = kPairs;
+    for (int i = 0; i < 10; ++i) pairs[2 * i] = ' ';
     return pairs;
 }();
 
@@ -78,30 +90,88 @@ std::uint64_t RoundToUnits(std::uint64_t bits) {
     return whole + (up ? 1 : 0);
 }
 
-}  // namespace
+// A magnitude rounded to whole numbers and units.
+struct Rounded {
+    std::uint64_t Whole;
+    std::uint32_t Units;
+};
 
-char* PutFixed4(char* out, double value, int width) {
-    const auto bits = std::bit_cast<std::uint64_t>(value);
-    if ((static_cast<int>(bits >> kMantissaBits) & kExponentMask) >= kFastExponent) {
-        return out + std::snprintf(out, kFixed4Room, "%*.4f", width, value);
+// |value| below 2^49. Only next to a tie the exact product has to decide.
+Rounded Round(double magnitude) {
+    const auto whole = static_cast<std::uint64_t>(static_cast<std::int64_t>(magnitude));
+    const double scaled = (magnitude - static_cast<double>(whole)) * static_cast<double>(kUnits);
+    const auto below = static_cast<std::int32_t>(scaled);
+    const double rest = scaled - below;
+    if (std::fabs(rest - 0.5) < kDoubt) {
+        const std::uint64_t units = RoundToUnits(std::bit_cast<std::uint64_t>(magnitude));
+        return {units / kUnits, static_cast<std::uint32_t>(units % kUnits)};
     }
-    const std::uint64_t units = RoundToUnits(bits);
-    const std::uint64_t whole = units / kUnits;
-    const std::uint64_t decimals = units % kUnits;
-    const int sign = static_cast<int>(bits >> 63);
-    const int length = sign + NumDigits(whole) + 5;
+    const auto units = static_cast<std::uint32_t>(below + (rest > 0.5 ? 1 : 0));
+    return units == kUnits ? Rounded{whole + 1, 0} : Rounded{whole, units};
+}
+
+// Eight decimal digits of x < 10^8, the first one in the lowest byte: pairs of four, two and one
+// digit are split side by side in one register.
+std::uint64_t SplitDigits(std::uint32_t x) {
+    const std::uint64_t fours = x / 10000 | std::uint64_t{x % 10000} << 32;
+    const std::uint64_t hundreds = (fours * 10486 >> 20) & 0x0000007F0000007F;
+    const std::uint64_t pairs = hundreds | (fours - 100 * hundreds) << 16;
+    const std::uint64_t tens = (pairs * 103 >> 10) & 0x000F000F000F000F;
+    return tens | (pairs - 10 * tens) << 8;
+}
+
+// The text of a number in a field that its digits and sign do not widen; 6 <= width <= 13.
+char* PutFitting(char* out, Rounded number, int sign, int width) {
+    const std::uint64_t digits = SplitDigits(static_cast<std::uint32_t>(number.Whole));
+    // Bits before the first digit that is shown, which is the last one for 0.
+    const int leading = std::countr_zero(digits | std::uint64_t{1} << 56) & ~7;
+    const std::uint64_t blanks = (std::uint64_t{1} << leading) - 1;
+    std::uint64_t text = digits + 0x3030303030303030 - (blanks & 0x1010101010101010);
+    // In place of the blank before it; without one the sign is 0 and so is the number of bits.
+    text += static_cast<std::uint64_t>(sign * ('-' - ' ')) << ((leading - 8) & 63);
+    text >>= 8 * (13 - width);
+    std::memcpy(out, &text, sizeof text);
+    char* const end = out + width;
+    end[-5] = '.';
+    PutPair(end - 4, number.Units / 100);
+    PutPair(end - 2, number.Units % 100);
+    return end;
+}
+
+// The text of any other number.
+char* PutWide(char* out, Rounded number, int sign, int width) {
+    const int length = sign + NumDigits(number.Whole) + 5;
     const int blanks = length < width ? width - length : 0;
     std::memset(out, ' ', 16);
     char* const end = out + blanks + length;
-    PutPair(end - 2, decimals % 100);
-    PutPair(end - 4, decimals / 100);
+    PutPair(end - 2, number.Units % 100);
+    PutPair(end - 4, number.Units / 100);
     end[-5] = '.';
-    PutDigitsBefore(end - 5, whole);
+    PutDigitsBefore(end - 5, number.Whole);
     if (sign != 0) out[blanks] = '-';
     return end;
 }
 
+}  // namespace
+
+char* PutFixed4(char* out, double value, int width) {
+    const double magnitude = std::fabs(value);
+    if (!(magnitude < kExactLimit)) {  // not-a-number included
+        return out + std::snprintf(out, kFixed4Room, "%*.4f", width, value);
+    }
+    const int sign = std::signbit(value) ? 1 : 0;
+    const Rounded number = Round(magnitude);
+    const int columns = width - 5 - sign;  // for the whole part
+    const bool fits = columns >= 1 && width <= 13 && number.Whole < kPowersOf10[columns];
+    return fits ? PutFitting(out, number, sign, width) : PutWide(out, number, sign, width);
+}
+
 char* PutInt(char* out, int value, int width) {
+    if (value >= 0 && value < 100 && (width == 2 || width == 3)) {
+        out[0] = ' ';
+        std::memcpy(out + width - 2, &kBlankPairs[2 * static_cast<std::size_t>(value)], 2);
+        return out + width;
+    }
     const bool negative = value < 0;
     const std::uint64_t size = negative ? -static_cast<std::int64_t>(value) : value;
     const int length = NumDigits(size) + (negative ? 1 : 0);
