@@ -131,10 +131,15 @@ SO2 = {  # P. Helminger, F. C. De Lucia, J. Mol. Spectrosc. 111, 66 (1985), quar
     "DJ": 0.0066610013, "DJK": -0.1169588, "DK": 2.5904328,
     "dJ": 0.001701045, "dK": 0.0253531,
 }
-H2COH_PLUS = {  # Cologne Database for Molecular Spectroscopy, entry H2COH+
-    "A": 197581.5594329546, "B": 34350.54739588455, "C": 29172.6542525329,
-    "DJ": 0.05534126336114131, "DJK": 0.6291980947077179, "DK": 6.464408205562103,
-    "dJ": -0.009531001642388043, "dK": -0.001933016057371318,
+# Cologne Database for Molecular Spectroscopy, entry H2COH+: 197581.5594329546, 34350.54739588455,
+# 29172.6542525329, 0.05534126336114131, 0.6291980947077179, 6.464408205562103,
+# -0.009531001642388043, -0.001933016057371318. An input file holds eleven digits; rounded one by
+# one they would move lines by up to 0.00013 MHz. So A, B, C are rounded and the others readjusted
+# (J. K. G. Watson, J. Mol. Spectrosc. 66, 500 (1977)), which leaves 0.00004 MHz.
+H2COH_PLUS = {
+    "A": 197581.55943, "B": 34350.547395, "C": 29172.654252,
+    "DJ": 0.055341262607, "DJK": 0.62919809330, "DK": 6.4644081959,
+    "dJ": -0.0095310014490, "dK": -0.0019330160761,
 }
 AZAINDOLE_S0 = {"A": 3921.884936, "B": 1701.921784, "C": 1190.176058}  # Laser Chem. 15, 167 (1995)
 AZAINDOLE_S1 = {"A": 3737.812366, "B": 1701.382158, "C": 1172.488303}
