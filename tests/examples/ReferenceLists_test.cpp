@@ -2,11 +2,13 @@
 // single lines, members of unresolved K doublets included.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "examples/ExampleTest.h"
 #include "run/KivKey.h"
@@ -138,6 +140,14 @@ TEST_F(So2Strengths, AreExactlyZeroWhereSymmetryForbids) {
             << " strength " << Kiv.FI_Sim_Itn[n];
         ASSERT_EQ(Kiv.FI_BT_Lbl[n], 'B');
     }
+}
+
+TEST_F(So2Strengths, HoldNoRoundingDust) {
+    Kiv.Delta_K_Order = 3;  // beyond it lines are truly weaker than 1e-12 of the strongest
+    Run();
+    const float* first = Kiv.FI_Sim_Itn.Data();
+    const auto [weakest, strongest] = std::minmax_element(first, first + Kiv.Num_Trs);
+    EXPECT_GT(*weakest, 1e-12 * *strongest);
 }
 
 }  // namespace
