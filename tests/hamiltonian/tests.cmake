@@ -1,1 +1,1 @@
-kiv_tests(hamiltonian SOURCES Eispack_test.cpp LINKS kiv_eigen)
+kiv_tests(hamiltonian SOURCES Eispack_test.cpp Levels_test.cpp LINKS kiv_hamiltonian)

@@ -60,7 +60,8 @@ void KivTest::OpenLog() {
 std::string KivTest::LogText() {
     std::string text;
     std::rewind(Log_File);
-    for (int c = std::getc(Log_File); c != EOF; c = std::getc(Log_File)) text += static_cast<char>(c);
+    for (int c = std::getc(Log_File); c != EOF; c = std::getc(Log_File))
+        text += static_cast<char>(c);
     return text;
 }
 
