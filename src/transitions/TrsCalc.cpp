@@ -112,9 +112,10 @@ void TrsPass::RunBranch(int Jl, int Ju) {
 void TrsPass::RunLevel(const LowerLevel& lower, int Ju) {
     const std::int64_t order = Kiv.Delta_K_Order;
     const std::int64_t start = 2 * (lower.Ka - order) - 1;
+    const std::int64_t end = std::min<std::int64_t>(start + 4 * order + 2, 2 * Ju + 1);
+    if (end <= 0 || end <= start) return;
     const int first = static_cast<int>(std::max<std::int64_t>(0, start));
-    const int last = static_cast<int>(std::min<std::int64_t>(start + 4 * order + 2, 2 * Ju + 1));
-    if (first >= last) return;
+    const int last = static_cast<int>(end);
     Weights.SetLower(lower.Erg);
     Amps.Compute(lower.Rank, first, last);
     const std::uint64_t key = LineKey(lower.J, Ju, lower.Rank, 0);

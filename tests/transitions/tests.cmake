@@ -1,0 +1,1 @@
+kiv_tests(transitions SOURCES Transitions_test.cpp LINKS kiv_transitions)
