@@ -18,7 +18,7 @@ constexpr PrmValue kRotor[] = {{PRM_A, 60778.0}, {PRM_B, 10318.0}, {PRM_C, 8799.
 struct DeltaKRow {
     int Max_J, Delta_K;
 };
-constexpr DeltaKRow kDeltaK[] = {{20, 20}, {35, 20}, {60, 17}, {100, 19}, {150, 22}, {200, 26}};
+constexpr DeltaKRow kDeltaK[] = {{20, 20}, {35, 22}, {60, 21}, {100, 23}, {150, 27}, {200, 32}};
 
 }  // namespace
 

@@ -22,8 +22,8 @@ void SetBenchRotor(int max_J);
 /// the full size.
 void TiltBenchRotor();
 
-/// Window of Ka so that the number of lines is about that of a complete prediction: 43,000 lines
-/// at J 35, 170,000 at J 60, 570,000 at J 100, 1.6 million at J 150, 3.3 million at J 200.
+/// Window of Ka of the measured rotor. It lets 43,000 lines through at J 35, 163,000 at J 60,
+/// 560,000 at J 100, 1.5 million at J 150 and 3.2 million at J 200.
 int BenchDeltaK(int max_J);
 
 /// Allocates what SetBenchRotor asked for; ends the program when that fails.
