@@ -1,1 +1,1 @@
-kiv_tests(frames SOURCES PrincipalFrame_test.cpp LINKS kiv_frames)
+kiv_tests(frames SOURCES EulerRot_test.cpp PrincipalFrame_test.cpp LINKS kiv_frames)
