@@ -164,7 +164,7 @@ H2COH_PLUS_RUN = {
     "fit_stat": 0, "red_stat": 0, "max_j": 25, "delta_k": 3, "cutoff": 0.001,
     "tm_method": 1, "moment": (100.0, 100.0, 0.0), "temp": 100.0,
 }
-FIT = {"fit": tuple(SO2), "cycles": 10, "uniform": 0, "reject": 100000.0}
+FIT = {"fit": tuple(SO2), "cycles": 5, "uniform": 0, "reject": 100000.0}
 
 EXAMPLES = {
     "so2/so2.in": SO2_RUN,
