@@ -1,1 +1,1 @@
-kiv_tests(fit SOURCES Svd_test.cpp LINKS kiv_fit)
+kiv_tests(fit SOURCES Svd_test.cpp Fit_test.cpp LINKS kiv_fit kiv_core)
