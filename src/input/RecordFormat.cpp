@@ -52,9 +52,12 @@ bool ScanInt(TextScan& text, T& value) {
     return true;
 }
 
+// A word that starts like a comment is refused: it could not be written back. It can only come from
+// the oldest files, which have no comments, and then it shows that the file is none of them.
 bool ScanWord(TextScan& text, const Cell& cell) {
     std::string_view word;
-    if (!text.Word(word) || word.find('\0') != std::string_view::npos) return false;
+    if (!text.Word(word) || word[0] == '#' || word.find('\0') != std::string_view::npos)
+        return false;
     const std::size_t most = cell.Size - std::size_t{1};
     if (word.size() > most && cell.Kind != Cell::Type::HeadOfText) return false;
     word = word.substr(0, most);

@@ -42,7 +42,7 @@ int CountFields(const char* format);
 /// Reads the values of `format` from `text` into `cells`, one after another, as scanf does: only
 /// blanks between values are passed over, and what follows the last one is left alone. A 16-bit
 /// value goes into the low half of a 32-bit cell, whose high half is kept. False when a value is
-/// missing, malformed, out of range, or a word longer than its cell.
+/// missing, malformed, out of range, or a word that starts with '#' or is longer than its cell.
 bool ScanFields(TextScan& text, const char* format, std::span<const Cell> cells);
 
 /// Writes `cells` by `format`.

@@ -174,6 +174,7 @@ TEST_F(InputTest, OldRecordsAreChecked) {
         std::string To;
     } cases[] = {
         {"v1.1.in", "base_name", std::string(200, 'b')},
+        {"v1.1.in", "base_name", "#base_name"},
         {"v1.1.in", "lines.asn", std::string(1 << 20, 'a')},
         {"v1.1.in", "distinct", "distinct\0"s},
         {"v1.1.in", "102.25", "1.0225D2"},
