@@ -241,8 +241,10 @@ void PutCovariance(WholeFile& file) {
     const bool whole = !matrix.IsNull() && matrix.Rows > num && matrix.Cols > num;
     constexpr double kZero = 0.0;
     for (std::size_t row = 1; row <= num; ++row) {
-        for (std::size_t col = 1; col <= num; ++col) {
-            file.Put(whole ? &matrix(row, col) : &kZero, sizeof(double));
+        if (whole) {
+            file.Put(&matrix(row, 1), num * sizeof(double));
+        } else {
+            for (std::size_t col = 1; col <= num; ++col) file.Put(&kZero, sizeof kZero);
         }
     }
 }

@@ -167,6 +167,30 @@ TEST_F(Program, CompleteRunLeavesAllResultsAndNoMemory) {
     EXPECT_EQ(Kiv.Log_Fp, nullptr);
 }
 
+TEST_F(Program, CyclesChooseFitScanOrOneCalculation) {
+    struct Case {
+        const char* Cycles;
+        int Fits;
+    };
+    for (const Case& c : {Case{"0 1 500.0", 0}, Case{"2 1 500.0", 1}, Case{"-1 1 500.0", 360}}) {
+        Kiv = KivRecord{};
+        InputText input;
+        input.Cycles = c.Cycles;
+        WriteText("run.asn", "A 1 0 1 0 0 0 108.0\n");
+        const Output got = RunText(input.Text());
+        EXPECT_EQ(got.Status, 0);
+        EXPECT_TRUE(got.Pauses.empty());
+        int fits = 0;
+        const std::string title = "PHASE   IV - LINEAR LEAST SQUARES CALCULATION\n";
+        for (std::size_t at = got.Console.find(title); at != std::string::npos;
+             at = got.Console.find(title, at + 1)) {
+            ++fits;
+        }
+        EXPECT_EQ(fits, c.Fits) << c.Cycles;
+        EXPECT_EQ(fs::exists("KivScan.txt"), c.Fits == 360);
+    }
+}
+
 TEST_F(Program, DebugRunTracesEveryStageInOrder) {
     InputText input;
     input.Debug = "1 0 0 0 0 0";
