@@ -310,6 +310,9 @@ INSTANTIATE_TEST_SUITE_P(, Records, testing::ValuesIn(kRecords));
 TEST_F(InputTest, ShortIntegersFillTheLowHalf) {
     ASSERT_EQ(Read(With(Sample("v5.6.in"), "\n  77\n", "\n  -1\n")), 1);
     EXPECT_EQ(Kiv.Prm_Fit[ST_EXC][PRM_ORI], 65535);
+    Kiv.QZ_Fmt = 0x50000;
+    ASSERT_EQ(ReadFile("test.in"), 1);
+    EXPECT_EQ(Kiv.QZ_Fmt, 0x50000 + 27);
     ASSERT_EQ(Read(With(Sample("v5.6.in"), "CM-1", "MHz")), 1);
     EXPECT_EQ(Kiv.Erg_Conv, 20836.7381265);
 }
