@@ -62,7 +62,7 @@ int RotationalPass() {
     const double origin = Kiv.Prm_Val[ST_EXC][PRM_ORI];
     Kiv.Gnd_Only = 1;
     Kiv.Prm_Val[ST_EXC][PRM_ORI] = 0.0;
-    const int done = Ham2Trs();
+    const int done = Ham2Trs(LineChoice::Assigned);
     Kiv.Gnd_Only = gnd_only;
     Kiv.Prm_Val[ST_EXC][PRM_ORI] = origin;
     return done;
@@ -72,7 +72,7 @@ int RotationalPass() {
 // so the lines of the first set are gathered before the second pass.
 int CalcLines(Fit& fit) {
     fit.Rows = FitRows{};
-    if (!Ham2Trs()) return 0;
+    if (!Ham2Trs(LineChoice::Assigned)) return 0;
     if (!AllocRows(fit.Rows, fit.List, std::max(Kiv.Num_Asn, Kiv.Num_Asn_Read))) return 0;
     if (IsCombDiffFit()) return 1;
     const bool ground = Kiv.Fit_Stat == 0 || Kiv.Gnd_Only == 1;

@@ -161,6 +161,7 @@ void FreeState(int state) {
     ArrFree(Kiv.HamErgReal_Vector[state]);
     ArrFree(Kiv.HamErgImag_Vector[state]);
     ArrFree(Kiv.HamDev_Vector[state]);
+    Kiv.Solved[state] = KivSolved{};
 }
 
 void FreeStore() {

@@ -75,6 +75,18 @@ struct KivStart {
     double Euler_Chi[2] = {};
 };
 
+/// What the levels of a state were last made from; Source -1 when they were not made yet.
+struct KivSolved {
+    int Source = -1;  // state whose constants they are
+    std::int32_t Cplx_Ham = 0;
+    std::int32_t Red_Stat = 0;
+    std::int32_t Max_J = 0;
+    double Prm_Val[NUM_HAM_PRM] = {};
+    std::int32_t Prm_Stat[NUM_HAM_PRM] = {};
+    std::int32_t XTerm_Flag[NUM_HAM_PRM] = {};
+    double Rot_Mat[9] = {};
+};
+
 struct KivRecord {
     // Versions
     std::int16_t Num_Versions = 5;     // entries 1..5 of Version_Tbl are known
@@ -199,6 +211,8 @@ struct KivRecord {
     KivArray<std::int16_t> Kc_Vector[2];
     KivArray<std::uint8_t> Sym_Vector[2];  // characters of each level, see hamiltonian/Symmetry.h
     std::uint8_t Sym_Kept[2] = {};         // two-fold rotations that the state's terms leave
+
+    KivSolved Solved[2];
 
     // Direction cosines
     KivArray<double> cg_vec;  // all branches of all J, see transitions/DirCos.h

@@ -1,8 +1,7 @@
 #include "transitions/Boltzmann.h"
 
-#include <cmath>
-
 #include "run/KivRecord.h"
+#include "transitions/ExpFunc.h"
 
 namespace {
 
@@ -22,8 +21,8 @@ void Boltzmann::SetLower(double erg) {
     Lower = erg;
     Negative = On && erg < 0.0;
     if (!On || Negative) return;
-    X1 = std::exp(-erg / kT1);
-    X2 = Two_Temps ? Weight * std::exp(-erg / kT2) : 0.0;
+    X1 = ExpFunc(-erg / kT1);
+    X2 = Two_Temps ? Weight * ExpFunc(-erg / kT2) : 0.0;
 }
 
 double Boltzmann::Factor(double erg) const {
@@ -32,7 +31,7 @@ double Boltzmann::Factor(double erg) const {
     if (!One_State) return Two_Temps ? X1 + X2 : X1;
     if (erg < 0.0) return 0.0;
     const double dE = erg - Lower;
-    const double first = X1 * (1.0 - std::exp(-dE / kT1));
-    const double sum = Two_Temps ? X2 * (1.0 - std::exp(-dE / kT2)) + first : first;
+    const double first = X1 * (1.0 - ExpFunc(-dE / kT1));
+    const double sum = Two_Temps ? X2 * (1.0 - ExpFunc(-dE / kT2)) + first : first;
     return sum * (dE * kOneStateScale);
 }

@@ -16,8 +16,12 @@ LineMatch::LineMatch()
     Kiv.Num_Rej = 0;
 }
 
-bool LineMatch::MatchesNext(std::uint64_t key) {
+void LineMatch::ReportBefore(std::uint64_t key) {
     while (Cursor < End && Kiv.AsnQN_Vector[Cursor] < key) ReportMissing(Cursor++);
+}
+
+bool LineMatch::MatchesNext(std::uint64_t key) {
+    ReportBefore(key);
     if (Cursor >= End || Kiv.AsnQN_Vector[Cursor] != key) return false;
     ++Cursor;
     return true;

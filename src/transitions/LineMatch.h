@@ -16,6 +16,13 @@ class LineMatch {
     /// then used up. Call with ascending keys.
     bool Matches(std::uint64_t key) { return Cursor < End && MatchesNext(key); }
 
+    /// Reports the assignments that stand before `key`.
+    void ReportBefore(std::uint64_t key);
+
+    /// First and one past the last assignment of the set.
+    std::int32_t First() const { return Begin; }
+    std::int32_t Last() const { return End; }
+
     /// Notes that the match just found is line `line` of the store.
     void Keep(std::int32_t line);
 

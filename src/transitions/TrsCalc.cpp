@@ -9,9 +9,11 @@
 #include "run/KivRecord.h"
 #include "run/KivTrace.h"
 #include "transitions/Amplitudes.h"
+#include "transitions/AsnPass.h"
 #include "transitions/Boltzmann.h"
 #include "transitions/LineMatch.h"
-#include "transitions/TrsStore.h"
+#include "transitions/LineStore.h"
+#include "transitions/PairRules.h"
 
 namespace {
 
@@ -41,27 +43,30 @@ class TrsPass {
     void RunLower(int J_lower);
     void RunBranch(int J_lower, int J_upper);
     void RunLevel(const LowerLevel& lower, int J_upper);
+    void FillRaw(int first, int last);
     bool PassesParity(const LowerLevel& lower, std::int32_t upper) const;
     Projected Project(int upper_rank) const;
-    double RawIntensity(const Projected& p) const;
-    void StorePair(const LowerLevel& lower, int J_upper, int rank, const Projected& p, double raw,
-                   bool matched);
-    void StoreAmplitudes(int rank, const LowerLevel& lower, double boltzmann);
-    void StoreDerivatives(std::int32_t lower, std::int32_t upper);
-    void ListPair(const LowerLevel& lower, int J_upper, int rank, const Projected& p,
-                  double intensity) const;
+    void StorePair(const LowerLevel& lower, int J_upper, int rank, bool matched);
+    void FillAmplitudes(int rank, const LowerLevel& lower, double boltzmann,
+                        LineValues& line) const;
+    void ListPair(const LowerLevel& lower, int J_upper, int rank, double intensity) const;
+    void ListDerivatives() const;
     int Finish();
 
     const bool Complex = Kiv.Cplx_Ham == 1;
     const bool Debug = DebugIsOn(DBG_II);
     const bool Parity = Kiv.Parity_On == 1;
     const bool Spins = Kiv.Spin_On == 1;
+    const bool Gnd_Only = Kiv.Gnd_Only == 1;
     const double Origin = Kiv.Prm_Val[ST_EXC][PRM_ORI];
+    const double Cutoff = Kiv.Itn_Cutoff;
+    // a pair without intensity can be passed over unseen: it would be dropped in any case
+    const bool Skip_Dark = !Debug && (Kiv.Temp[0] <= 0.0 || Kiv.Itn_Cutoff >= 0.0);
     Boltzmann Weights;
     AmplitudeCalc Amps;
     LineMatch Match;
-    // a pair without intensity can be passed over unseen: it would be dropped in any case
-    bool Skip_Dark = !Debug && (Kiv.Temp[0] <= 0.0 || Kiv.Itn_Cutoff >= 0.0);
+    LineStore Store;
+    KivArray<double> Raw;  // raw intensities of the upper levels, by rank
     bool Failed = false;
     std::int64_t Num_Negative = 0;
 };
@@ -87,8 +92,8 @@ LowerLevel MakeLower(int J, int rank) {
 }
 
 int TrsPass::Run() {
-    if (!Amps.Init()) return 0;
-    Kiv.Num_Trs = 0;
+    if (!Amps.Init() || !Store.Init()) return 0;
+    if (ArrAlloc(Raw, 2 * std::int64_t{Kiv.Max_J} + 1) < 0) return CoreFail("TrsPass()/Raw");
     for (int J = 0; J <= Kiv.Max_J && !Failed; ++J) RunLower(J);
     return Failed ? 0 : Finish();
 }
@@ -110,31 +115,52 @@ void TrsPass::RunBranch(int Jl, int Ju) {
 }
 
 void TrsPass::RunLevel(const LowerLevel& lower, int Ju) {
-    const std::int64_t order = Kiv.Delta_K_Order;
-    const std::int64_t start = 2 * (lower.Ka - order) - 1;
-    const std::int64_t end = std::min<std::int64_t>(start + 4 * order + 2, 2 * Ju + 1);
-    if (end <= 0 || end <= start) return;
-    const int first = static_cast<int>(std::max<std::int64_t>(0, start));
-    const int last = static_cast<int>(end);
+    const UpperRange range = UpperRangeOf(lower.Ka, Ju);
+    if (range.First >= range.Last) return;
     Weights.SetLower(lower.Erg);
-    Amps.Compute(lower.Rank, first, last);
+    Amps.Compute(lower.Rank, range.First, range.Last);
+    FillRaw(range.First, range.Last);
+    Store.SetLower(lower.J, lower.Index);
     const std::uint64_t key = LineKey(lower.J, Ju, lower.Rank, 0);
-    for (int rank = first; rank < last; ++rank) {
+    for (int rank = range.First; rank < range.Last; ++rank) {
         if (Parity && !PassesParity(lower, Ju * Ju + rank)) continue;
         const bool matched = Match.Matches(key + static_cast<std::uint64_t>(rank));
         Num_Negative += Weights.IsNegative();
-        const Projected p = Project(rank);
-        const double raw = RawIntensity(p);
-        if (raw == 0.0 && Skip_Dark && !matched) continue;
-        StorePair(lower, Ju, rank, p, raw, matched);
+        if (Raw[rank] == 0.0 && Skip_Dark && !matched) continue;
+        StorePair(lower, Ju, rank, matched);
         if (Failed) return;
     }
 }
 
+// Raw intensities. Real states: a and b add coherently, c, whose amplitude is imaginary, in
+// quadrature; complex states: all three coherently.
+void TrsPass::FillRaw(int first, int last) {
+    const Amplitudes& amp = Amps.Result();
+    const double ma = Kiv.TM_Prj[BAND_A], mb = Kiv.TM_Prj[BAND_B], mc = Kiv.TM_Prj[BAND_C];
+    const double* a = amp.Real[BAND_A].Data();
+    const double* b = amp.Real[BAND_B].Data();
+    const double* c = amp.Real[BAND_C].Data();
+    double* raw = Raw.Data();
+    if (!Complex) {
+        for (int i = first; i < last; ++i) {
+            const double ab = ma * a[i] + mb * b[i];
+            raw[i] = ab * ab + (mc * c[i]) * (mc * c[i]);
+        }
+        return;
+    }
+    const double* ia = amp.Imag[BAND_A].Data();
+    const double* ib = amp.Imag[BAND_B].Data();
+    const double* ic = amp.Imag[BAND_C].Data();
+    for (int i = first; i < last; ++i) {
+        const double re = ma * a[i] + mb * b[i] + mc * c[i];
+        const double im = ma * ia[i] + mb * ib[i] + mc * ic[i];
+        raw[i] = re * re + im * im;
+    }
+}
+
 bool TrsPass::PassesParity(const LowerLevel& lower, std::int32_t upper) const {
-    const int ka = lower.Ka + Kiv.Ka_Vector[ST_EXC][upper] + Kiv.Ka_Parity_Odd;
-    const int kc = lower.Kc + Kiv.Kc_Vector[ST_EXC][upper] + Kiv.Kc_Parity_Odd;
-    return (ka & 1) == 0 && (kc & 1) == 0;
+    return HasParity(lower.Ka, lower.Kc, Kiv.Ka_Vector[ST_EXC][upper],
+                     Kiv.Kc_Vector[ST_EXC][upper]);
 }
 
 Projected TrsPass::Project(int rank) const {
@@ -146,90 +172,63 @@ Projected TrsPass::Project(int rank) const {
     return p;
 }
 
-// Real states: a and b add coherently, c, whose amplitude is imaginary, in quadrature.
-double TrsPass::RawIntensity(const Projected& p) const {
-    if (!Complex) {
-        const double ab = p.Re[BAND_A] + p.Re[BAND_B];
-        return ab * ab + p.Re[BAND_C] * p.Re[BAND_C];
-    }
-    const double re = p.Re[BAND_A] + p.Re[BAND_B] + p.Re[BAND_C];
-    const double im = p.Im[BAND_A] + p.Im[BAND_B] + p.Im[BAND_C];
-    return re * re + im * im;
-}
-
-void TrsPass::StorePair(const LowerLevel& lower, int Ju, int rank, const Projected& p, double raw,
-                        bool matched) {
+void TrsPass::StorePair(const LowerLevel& lower, int Ju, int rank, bool matched) {
     const std::int32_t upper = Ju * Ju + rank;
     const double upper_erg = Kiv.HamErg_Vector[ST_EXC][upper];
     const double boltzmann = Weights.Factor(upper_erg);
-    if (Spins) raw *= lower.Spin_Wt;
+    const double raw = Spins ? Raw[rank] * lower.Spin_Wt : Raw[rank];
     const double intensity = raw * boltzmann;
-    if (Debug) ListPair(lower, Ju, rank, p, intensity);
-    const bool weak = Weights.IsOn() ? intensity <= Kiv.Itn_Cutoff : intensity == 0.0;
+    if (Debug) ListPair(lower, Ju, rank, intensity);
+    const bool weak = Weights.IsOn() ? intensity <= Cutoff : intensity == 0.0;
     if (weak && !matched) return;
-    const double position = Origin + upper_erg - lower.Erg;
-    if (Kiv.Gnd_Only == 1 && position < 0.0) {
+    LineValues line;
+    line.Position = Origin + upper_erg - lower.Erg;
+    if (Gnd_Only && line.Position < 0.0) {
         if (matched) Match.Drop();
         return;
     }
-    const std::int32_t n = Kiv.Num_Trs;
-    if (matched) Match.Keep(n);
-    Kiv.FI_Sim_Erg[n] = position;
-    Kiv.FI_Sim_Itn[n] = static_cast<float>(intensity);
-    Kiv.FI_BT_Lbl[n] = BandLetter(p);
-    StoreAmplitudes(rank, lower, boltzmann);
-    std::int16_t* label = &Kiv.FI_JKK_Lbl[6 * static_cast<std::size_t>(n)];
-    label[0] = static_cast<std::int16_t>(Ju);
-    label[1] = Kiv.Ka_Vector[ST_EXC][upper];
-    label[2] = Kiv.Kc_Vector[ST_EXC][upper];
-    label[3] = static_cast<std::int16_t>(lower.J);
-    label[4] = static_cast<std::int16_t>(lower.Ka);
-    label[5] = static_cast<std::int16_t>(lower.Kc);
-    Kiv.FI_Erg_Idx[ST_GND][n] = lower.Index;
-    if (!Kiv.FI_Erg_Idx[ST_EXC].IsNull()) Kiv.FI_Erg_Idx[ST_EXC][n] = upper;
-    if (Kiv.Dev_On == 1) StoreDerivatives(lower.Index, upper);
-    ++Kiv.Num_Trs;
-    if (Kiv.Num_Trs >= Kiv.Trs_Max_Lines) Failed = TrsOut(1) == 0;
+    if (matched) Match.Keep(Kiv.Num_Trs);
+    line.Intensity = static_cast<float>(intensity);
+    line.Band = BandLetter(Project(rank));
+    FillAmplitudes(rank, lower, boltzmann, line);
+    Failed = Store.Put(Ju, upper, line) == 0;
+    if (Debug && !Failed) ListDerivatives();
 }
 
 // The amplitudes carry the roots of the Boltzmann factor and, in single precision, of the spin
 // weight.
-void TrsPass::StoreAmplitudes(int rank, const LowerLevel& lower, double boltzmann) {
+void TrsPass::FillAmplitudes(int rank, const LowerLevel& lower, double boltzmann,
+                             LineValues& line) const {
     const double scale = Weights.IsOn() ? std::sqrt(std::max(0.0, boltzmann)) : 1.0;
     const float spin = Spins ? std::sqrt(static_cast<float>(std::max(0, lower.Spin_Wt))) : 1.0F;
-    const std::size_t at = 3 * static_cast<std::size_t>(Kiv.Num_Trs);
     for (int type = 0; type < NUM_BANDS; ++type) {
-        const auto stored = [&](const KivArray<double>& amp) {
-            return static_cast<float>(scale * amp[rank]) * spin;
-        };
-        Kiv.FI_ABC_RealAmp[at + type] = stored(Amps.Result().Real[type]);
-        if (Complex) Kiv.FI_ABC_ImagAmp[at + type] = stored(Amps.Result().Imag[type]);
+        line.Real_Amp[type] = static_cast<float>(scale * Amps.Result().Real[type][rank]) * spin;
+        if (!Complex) continue;
+        line.Imag_Amp[type] = static_cast<float>(scale * Amps.Result().Imag[type][rank]) * spin;
     }
 }
 
-void TrsPass::StoreDerivatives(std::int32_t lower, std::int32_t upper) {
+// The position of the line just stored, from its derivatives.
+void TrsPass::ListDerivatives() const {
+    if (Kiv.Dev_On != 1) return;
     const int d0 = Kiv.Num_Dev[ST_GND], d1 = Kiv.Num_Dev[ST_EXC];
-    double* row = &Kiv.FI_Sim_Dev[static_cast<std::size_t>(Kiv.Num_Trs) * (d0 + d1)];
-    const double* gnd = Kiv.HamDev_Vector[ST_GND].Data() + static_cast<std::size_t>(lower) * d0;
-    const double* exc = Kiv.HamDev_Vector[ST_EXC].Data() + static_cast<std::size_t>(upper) * d1;
-    for (int i = 0; i < d0; ++i) row[i] = -gnd[i];
-    std::copy_n(exc, d1, row + d0);
-    if (!Debug) return;
+    const std::size_t n = static_cast<std::size_t>(Kiv.Num_Trs) - 1;
+    const double* row = &Kiv.FI_Sim_Dev[n * static_cast<std::size_t>(d0 + d1)];
     double erg = Origin;
     int slot = 0;
     for (int state : {ST_GND, ST_EXC}) {
+        const int source = Gnd_Only ? ST_GND : state;
         for (int prm = 0; prm < NUM_HAM_PRM && slot < (state == ST_GND ? d0 : d0 + d1); ++prm) {
-            const int source = Kiv.Gnd_Only == 1 ? ST_GND : state;
             if (Kiv.Prm_Stat[source][prm] == 1) erg += Kiv.Prm_Val[source][prm] * row[slot++];
         }
     }
-    LogPut("Lvl=%d, Itn[]=%f, Erg[]=%lf ==", lower,
-           static_cast<double>(Kiv.FI_Sim_Itn[Kiv.Num_Trs]), Kiv.FI_Sim_Erg[Kiv.Num_Trs]);
+    LogPut("Lvl=%d, Itn[]=%f, Erg[]=%lf ==", Kiv.FI_Erg_Idx[ST_GND][n],
+           static_cast<double>(Kiv.FI_Sim_Itn[n]), Kiv.FI_Sim_Erg[n]);
     LogPut("DevErg[]=%lf\n", erg);
 }
 
-void TrsPass::ListPair(const LowerLevel& lower, int Ju, int rank, const Projected& p,
-                       double intensity) const {
+void TrsPass::ListPair(const LowerLevel& lower, int Ju, int rank, double intensity) const {
+    const Projected p = Project(rank);
     if (!Complex) {
         LogPut("AR PRJ> %lf   BR PRJ> %lf   CI PRJ> %lf\n", p.Re[0], p.Re[1], p.Re[2]);
         LogPut("-- A+B R AMP> %lf  C I AMP> %lf", p.Re[0] + p.Re[1], p.Re[2]);
@@ -272,23 +271,31 @@ int TrsPass::Finish() {
     return 1;
 }
 
-int CalcTransitions() {
+// The moment as given, turned to the frame of its reference state.
+void OrientMoment() {
     const double* moment = Kiv.TM_Method != 0 ? Kiv.TM_Pct : Kiv.TM_Ang;
     TransMomentOrient(Kiv.TM_Method, Kiv.TM_Frame, moment, Kiv.Rot_Mat[Kiv.TM_Frame], Kiv.TM_Comp);
-    TrsPass pass;
-    return pass.Run();
+}
+
+int CalcTransitions(LineChoice choice) {
+    OrientMoment();
+    if (choice == LineChoice::Assigned) {
+        const AsnPass pass = CalcAssigned();
+        if (pass != AsnPass::Not_Enough) return pass == AsnPass::Done ? 1 : 0;
+    }
+    return TrsPass().Run();
 }
 
 }  // namespace
 
-int RTrsCalc() {
+int RTrsCalc(LineChoice choice) {
     TraceEnter("RTrsCalc");
-    if (!CalcTransitions()) return 0;
+    if (!CalcTransitions(choice)) return 0;
     return TraceExit("RTrsCalc");
 }
 
-int ITrsCalc() {
+int ITrsCalc(LineChoice choice) {
     TraceEnter("ITrsCalc");
-    if (!CalcTransitions()) return 0;
+    if (!CalcTransitions(choice)) return 0;
     return TraceExit("ITrsCalc");
 }

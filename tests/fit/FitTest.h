@@ -57,6 +57,11 @@ class FitTest : public KivTest {
         }
     }
 
+    /// Has the next pass solve both states anew, whatever their constants.
+    static void ForgetLevels() {
+        for (KivSolved& solved : Kiv.Solved) solved = KivSolved{};
+    }
+
     /// Puts the sets of lines into the record, each sorted by its key.
     static void SetAssignments(std::vector<AsnLine> first, std::vector<AsnLine> second = {}) {
         const auto by_key = [](const AsnLine& a, const AsnLine& b) { return a.Key() < b.Key(); };

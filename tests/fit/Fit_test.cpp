@@ -579,6 +579,7 @@ TEST_F(Fit, SecondPassThatFailsRestoresTheRun) {
     int status = 0;
     for (int granted = 0; status == 0 && granted < 1000; ++granted) {
         SetConstants(truth);
+        ForgetLevels();  // so that every try makes the same requests
         const std::size_t logged = LogText().size();
         const std::string console = Console([&] {
             ArrRefuse(granted);
@@ -610,6 +611,7 @@ TEST_F(Fit, RefusedPairsAreReported) {
     ASSERT_EQ(KivCoreAlloc(), 1);
     int status = 0, pairs = 0;
     for (int granted = 0; status == 0 && granted < 1000; ++granted) {
+        ForgetLevels();
         const std::string console = Console([&] {
             ArrRefuse(granted);
             status = LsfTrs();

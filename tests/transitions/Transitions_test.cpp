@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <functional>
 #include <map>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -16,6 +18,7 @@
 #include "support/Rotor.h"
 #include "support/SlowRotor.h"
 #include "transitions/DirCos.h"
+#include "transitions/ExpFunc.h"
 #include "transitions/Ham2Trs.h"
 #include "transitions/TrsStore.h"
 
@@ -494,6 +497,108 @@ TEST_F(Matching, KeepsTheSetsApart) {
     // 2(1,2) -> 2(0,2) goes down in energy: such a line is not stored, whether assigned or not
     EXPECT_NE(text.find("[3] ASSIGNED FRQ [1003.000000] REJECTED"), std::string::npos) << text;
     for (int n = 0; n < Kiv.Num_Trs; ++n) EXPECT_GE(Kiv.FI_Sim_Erg[n], 0.0);
+}
+
+// The lookup of assigned lines says, counts and stores what the full calculation does: random keys,
+// possible and impossible, with selections, missing partners and negative energies.
+TEST_F(Matching, LooksUpWhatTheFullCalculationFinds) {
+    std::mt19937 random(7);
+    const auto below = [&](int n) { return static_cast<int>(random() % n); };
+    int lines = 0;
+    for (int round = 0; round < 60; ++round) {
+        Kiv = KivRecord{};
+        SetTwoStates(5);
+        Kiv.Temp[0] = round % 3 == 0 ? 0.0 : 1e-3;
+        Kiv.Itn_Cutoff = 1e-3;
+        Kiv.Delta_K_Order = round % 4;
+        Kiv.Parity_On = round % 5 == 0 ? 1 : 0;
+        for (int state : {ST_GND, ST_EXC}) {
+            if (round % 7 == 0) SetTerm(state, PRM_DK, 0.4);  // high K goes below zero
+        }
+        Kiv.Gnd_Only = round % 2;
+        std::vector<std::uint64_t> keys;
+        for (int k = 0; k < 40; ++k) {
+            const int Jl = below(7), Ju = std::max(0, Jl - 1 + below(3));
+            keys.push_back(LineKey(Jl, Ju, below(2 * Jl + 1), below(2 * Ju + 1)));
+            if (k % 10 == 0) keys.push_back(keys.back());
+        }
+        std::sort(keys.begin(), keys.end());
+        Assign(keys);
+        ASSERT_TRUE(AllocRun());
+        struct Outcome {
+            std::string Console;
+            int Result, Num_Asn, Num_Rej;
+            std::vector<std::int32_t> Matched;
+            std::vector<double> Values;  // position and derivatives
+            bool operator==(const Outcome&) const = default;
+        };
+        const auto run = [&](LineChoice choice) {
+            testing::internal::CaptureStdout();
+            Outcome out{};
+            out.Result = Ham2Trs(choice);
+            out.Console = testing::internal::GetCapturedStdout();
+            out.Num_Asn = Kiv.Num_Asn;
+            out.Num_Rej = Kiv.Num_Rej;
+            const int width = Kiv.Num_Dev[ST_GND] + Kiv.Num_Dev[ST_EXC];
+            for (int k = 0; k < Kiv.Num_Asn; ++k) {
+                out.Matched.push_back(Kiv.FI_Asn_Idx[k]);
+                const int n = Kiv.FI_AsnLn_Idx[k];
+                EXPECT_EQ(KeyOfMatch(k), keys[Kiv.FI_Asn_Idx[k]]);
+                out.Values.push_back(Kiv.FI_Sim_Erg[n]);
+                for (int i = 0; i < width; ++i) {
+                    out.Values.push_back(Kiv.FI_Sim_Dev[n * width + i]);
+                }
+            }
+            return out;
+        };
+        const Outcome all = run(LineChoice::All);
+        const Outcome assigned = run(LineChoice::Assigned);
+        EXPECT_EQ(all.Console, assigned.Console) << round;
+        EXPECT_TRUE(all == assigned) << round;
+        lines += all.Num_Asn;
+    }
+    EXPECT_GT(lines, 300);
+}
+
+// The levels of a state are made anew when anything they depend on has changed, and only then.
+TEST_F(Transitions, SolveChangedStatesAnew) {
+    SetTwoStates(5);
+    SetTerm(ST_EXC, PRM_DK, 1e-3);
+    SetTerm(ST_GND, PRM_DK, 1e-3);
+    ASSERT_TRUE(AllocRun());
+    ASSERT_EQ(Ham2Trs(), 1);
+    const std::vector<std::function<void()>> changes = {
+        [] { Kiv.Prm_Val[ST_GND][PRM_A] *= 1.0000001; }, [] { Kiv.Red_Stat = 0; },
+        [] { Kiv.Prm_Stat[ST_GND][PRM_DK] = 0; }, [] { Kiv.Erg_Print_J_Max = 1; }};
+    for (const auto& change : changes) {
+        Kiv.HamErg_Vector[ST_GND][35] = -1.0;  // a mark that a new solution removes
+        ASSERT_EQ(Ham2Trs(), 1);
+        EXPECT_EQ(Kiv.HamErg_Vector[ST_GND][35], -1.0);
+        change();
+        ASSERT_EQ(Ham2Trs(), 1);
+        EXPECT_GT(Kiv.HamErg_Vector[ST_GND][35], 100.0);
+        Kiv.Prm_Stat[ST_GND][PRM_DK] = 1;
+        Kiv.Erg_Print_J_Max = -1;
+        ASSERT_EQ(Ham2Trs(), 1);
+    }
+}
+
+TEST(ExpFunc, IsTheExponentialToTheLastPlace) {
+    std::mt19937_64 random(3);
+    std::uniform_real_distribution<double> argument(-720.0, 720.0);
+    double worst = 0.0;
+    for (int i = 0; i < 200000; ++i) {
+        const double x = i % 2 == 0 ? argument(random) : argument(random) / 720.0;
+        const long double exact = std::exp(static_cast<long double>(x));
+        if (exact > 1e308L || exact < 1e-300L) continue;
+        const double ulp = std::nextafter(ExpFunc(x), INFINITY) - ExpFunc(x);
+        worst = std::max(worst, static_cast<double>(std::fabs(ExpFunc(x) - exact)) / ulp);
+    }
+    EXPECT_LT(worst, 1.0);
+    EXPECT_EQ(ExpFunc(0.0), 1.0);
+    EXPECT_EQ(ExpFunc(-INFINITY), 0.0);
+    EXPECT_EQ(ExpFunc(INFINITY), INFINITY);
+    EXPECT_TRUE(std::isnan(ExpFunc(NAN)));
 }
 
 // A rotation by a right angle exchanges A and B and leaves no cross term, so nothing is put back;
