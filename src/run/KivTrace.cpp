@@ -7,10 +7,12 @@
 
 namespace {
 
+KIV_PRINTF(2, 0)
 void PutList(std::FILE* stream, const char* format, std::va_list args) {
     std::vfprintf(stream, format, args);
 }
 
+KIV_PRINTF(1, 0)
 void PutConsole(const char* format, std::va_list args) {
     PutList(stdout, format, args);
     std::fflush(stdout);
