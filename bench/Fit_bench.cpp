@@ -13,6 +13,7 @@ namespace {
 
 constexpr int kNumLines = 300;
 constexpr int kMoreCycles = 5;
+constexpr double kLowestErg = 1000.0;
 
 // Assigns 300 calculated lines, spread evenly, and makes the constants a little wrong.
 void SetFit(int max_J, bool is_complex) {
@@ -25,7 +26,9 @@ void SetFit(int max_J, bool is_complex) {
     std::FILE* file = std::fopen(Kiv.Asn_Flnm, "w");
     if (!file) return;
     for (int i = 0; i < kNumLines; ++i) {
-        const auto n = static_cast<std::int64_t>(i) * Kiv.Num_Trs / kNumLines;
+        auto n = static_cast<std::int64_t>(i) * Kiv.Num_Trs / kNumLines;
+        // A line near 0 could change its sign, and with it disappear, as the constants move.
+        while (n + 1 < Kiv.Num_Trs && Kiv.FI_Sim_Erg[n] < kLowestErg) ++n;
         const std::int16_t* q = &Kiv.FI_JKK_Lbl[6 * n];
         std::fprintf(file, "A %d %d %d %d %d %d %.6f 0.01\n", q[0], q[1], q[2], q[3], q[4], q[5],
                      Kiv.FI_Sim_Erg[n]);
