@@ -82,10 +82,8 @@ int CalcLines(Fit& fit) {
     }
     // A ground-only run sees the second set in both passes.
     if (Kiv.Gnd_Only != 1) GatherLines(fit.Rows, fit.List, ground);
-    const std::int32_t missing = Kiv.Gnd_Only != 1 ? Kiv.Num_Rej : 0;
     if (!RotationalPass()) return 0;
     GatherLines(fit.Rows, fit.List, true);
-    Kiv.Num_Rej += missing;
     Kiv.Num_Asn = fit.Rows.Num_Lines;
     return 1;
 }

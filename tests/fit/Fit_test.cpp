@@ -211,7 +211,8 @@ TEST_P(TwoSets, BothCountAndTheRunIsLeftAsItWas) {
     band.push_back(kNoPartner);
     rotation.push_back(kNoPartner);
     band.push_back(band[3]);  // a second measurement of a line counts as missing
-    rotation[5].Frq += 5e6;   // an outlier
+    band[30].Frq += 5e6;      // outliers
+    rotation[5].Frq += 5e6;
     SetAssignments(band, rotation);
     const Constants truth = GetConstants();
     Disturb(0.003, 9);
@@ -222,12 +223,14 @@ TEST_P(TwoSets, BothCountAndTheRunIsLeftAsItWas) {
     const std::string sets = "UV LAST LEVEL # = " + std::to_string(good) + "\n";
     EXPECT_NE(console.find(sets), std::string::npos);
     EXPECT_EQ(console.find(sets), console.rfind(sets));
-    const std::string starts = "MW FIRST LEVEL # = " + std::to_string(good + 1) +
-                               " ASN SPLIT = " + std::to_string(good) + "\n";
+    const std::string starts = "MW FIRST LEVEL # = " + std::to_string(good) +
+                               " ASN SPLIT = " + std::to_string(good - 1) + "\n";
     EXPECT_NE(console.find(starts), std::string::npos) << console;
     const std::string accepted =
-        "ASN LINES ACCEPTED = " + std::to_string(good + rotational - 1) + "\n";
+        "ASN LINES ACCEPTED = " + std::to_string(good + rotational - 2) + "\n";
     EXPECT_NE(LogText().find(accepted), std::string::npos);
+    // Of the lines with a partner two are outliers.
+    EXPECT_NE(LogText().find("ASN LINES REJECTED = 2\n"), std::string::npos);
     Kiv.LS_Cycles = 5;
     ASSERT_EQ(LsfTrs(), 1);
     ExpectConstants(truth, 2e-5);
@@ -490,6 +493,9 @@ TEST_F(Fit, NothingVariedKeepsTheConstants) {
     ASSERT_EQ(RunFit(), 1);
     ExpectConstants(truth, 0.0);
     EXPECT_EQ(Kiv.Num_Fit_Prm, 0);
+    Kiv.Rej_Level = 0.0;  // nor does it need a line
+    ASSERT_EQ(LsfTrs(), 1);
+    ExpectConstants(truth, 0.0);
     EXPECT_NE(LogText().find("[0] PARAMETERS TO BE VARIED\n\n\n[17] PARAMETERS HELD FIXED\n\n"),
               std::string::npos);
     EXPECT_NE(LogText().find("COVARIANCE MATRIX:\n"), std::string::npos);
