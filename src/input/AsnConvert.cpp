@@ -6,8 +6,9 @@
 #include <limits>
 #include <string_view>
 
-#include "input/NewFile.h"
 #include "input/TextScan.h"
+#include "output/TempName.h"
+#include "output/WholeFile.h"
 #include "run/KivArray.h"
 #include "run/KivServices.h"
 #include "run/KivTrace.h"
@@ -82,6 +83,8 @@ int AsnConvert(const char* name) {
     double scale = 0.0;
     if (!AskScale(scale)) return 0;
     const TextScan text(std::string_view(block.Data(), block.Num));
+    TempName mark;
+    mark.Set(kTempName);
     if (!WriteConverted(name, text, scale)) return 0;
     return ReplaceFile(kTempName, name) ? 1 : 0;
 }

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "input/InputLayout.h"
-#include "input/NewFile.h"
 #include "input/RecordFormat.h"
+#include "output/WholeFile.h"
 #include "run/KivTrace.h"
 
 namespace {
@@ -87,16 +87,18 @@ void KivWriteHamParm(const KivRecord& kiv, int state, std::FILE* file) {
 int KivWriteInputParm(const KivRecord& kiv) {
     TraceEnter("KivWriteInputParm");
     const std::string name = std::string(kiv.Out_Base) + ".in";
-    NewFile file(name);
-    if (file.Stream()) {
-        PutHead(kiv, file.Stream());
-        PutRows(kiv, file.Stream(), kNameRows);
-        KivWriteHamParm(kiv, ST_GND, file.Stream());
-        KivWriteHamParm(kiv, ST_EXC, file.Stream());
-        PutRows(kiv, file.Stream(), kRunRows);
-        PutRule(file.Stream(), "\n");
+    WholeFile file;
+    file.Open(name, WholeFile::Kind::Precious);  // it may be the file that was read
+    std::FILE* const stream = file.Stream();
+    if (stream) {
+        PutHead(kiv, stream);
+        PutRows(kiv, stream, kNameRows);
+        KivWriteHamParm(kiv, ST_GND, stream);
+        KivWriteHamParm(kiv, ST_EXC, stream);
+        PutRows(kiv, stream, kRunRows);
+        PutRule(stream, "\n");
     }
-    if (!file.Stream() || !file.Keep()) {
+    if (!stream || !file.Keep()) {
         return ConFail("FAILED TO CREATE ASCII INPUT FILE [%s] FOR WRITING!\n", name.c_str());
     }
     return TraceExit("KivWriteInputParm");

@@ -6,16 +6,17 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 
 namespace {
 
 constexpr mode_t kNewMode = 0666;
+constexpr mode_t kPermissions = 07777;
+constexpr int kMaxTemp = 100;  // temporary names tried; others are left over from broken-off runs
 constexpr std::size_t kMaxWrite = std::size_t{1} << 30;  // one call may not take more everywhere
 
-int OpenNew(const std::string& name) {
-    return open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kNewMode);
+int OpenNew(const std::string& name, int how) {
+    return open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | how, kNewMode);
 }
 
 std::string ResolveLinks(const std::string& name) {
@@ -25,37 +26,65 @@ std::string ResolveLinks(const std::string& name) {
     return resolved;
 }
 
+// The owner can only be kept by the superuser; others own the old file or may not.
+bool TakeOver(int fd, const struct stat& old) {
+    if (fchown(fd, old.st_uid, old.st_gid) != 0) errno = 0;
+    return fchmod(fd, old.st_mode & kPermissions) == 0;
+}
+
+// For a file of another file system: a copy beside the target, which can be renamed.
+bool CopyOver(const std::string& made, const std::string& target) {
+    WholeFile copy;
+    const int from = open(made.c_str(), O_RDONLY | O_CLOEXEC);
+    if (from < 0) return false;
+    char block[1 << 14];
+    ssize_t size = 0;
+    const bool opened = copy.Open(target, WholeFile::Kind::Precious);
+    while (opened && (size = read(from, block, sizeof block)) > 0) {
+        copy.Put(block, static_cast<std::size_t>(size));
+    }
+    close(from);
+    return opened && size == 0 && copy.Keep() && unlink(made.c_str()) == 0;
+}
+
 }  // namespace
 
 WholeFile::~WholeFile() { GiveUp(); }
 
-bool WholeFile::Open(const std::string& name) {
+bool WholeFile::Open(const std::string& name, Kind kind) {
     GiveUp();
     Failed = false;
+    How = kind;
     Target = name;
     struct stat now;
     if (stat(name.c_str(), &now) == 0) {
         if (!S_ISREG(now.st_mode)) return OpenInPlace();
         Target = ResolveLinks(name);
         if (access(Target.c_str(), W_OK) != 0) return false;
-        return OpenBeside(now.st_mode & 07777) || OpenInPlace();
+        return OpenBeside(&now) || (How == Kind::Result && OpenInPlace());
     }
     if (lstat(name.c_str(), &now) == 0) return OpenInPlace();  // a link to nothing yet
-    return OpenBeside(0);
+    return OpenBeside(nullptr);
 }
 
-// mode 0: that of any new file.
-bool WholeFile::OpenBeside(mode_t mode) {
-    Temp = Target + ".tmp";
-    Fd = OpenNew(Temp);
+// old: the file that is replaced; null when there is none.
+bool WholeFile::OpenBeside(const struct stat* old) {
+    for (int n = 0; n < kMaxTemp && Fd < 0; ++n) {
+        Temp = Target + ".tmp" + (n > 0 ? std::to_string(n) : "");
+        Mark.Hold();  // no signal between the file and the note of its name
+        Fd = OpenNew(Temp, O_EXCL);
+        if (Fd >= 0) Mark.Set(Temp.c_str());
+        Mark.Release();
+        if (Fd < 0 && errno != EEXIST) break;
+    }
     if (Fd < 0) return false;
-    if (mode != 0 && fchmod(Fd, mode) != 0) Failed = true;
+    if (old && !TakeOver(Fd, *old)) Failed = true;
     return true;
 }
 
 bool WholeFile::OpenInPlace() {
     Temp.clear();
-    Fd = OpenNew(Target);
+    Fd = OpenNew(Target, O_TRUNC);
     return Fd >= 0;
 }
 
@@ -72,25 +101,47 @@ void WholeFile::Put(const void* data, std::size_t bytes) {
     }
 }
 
+std::FILE* WholeFile::Stream() {
+    if (!Fp && Fd >= 0) Fp = fdopen(Fd, "w");
+    return Fp;
+}
+
+// True when everything has been written, and is on the disk if it has to be.
+bool WholeFile::Close() {
+    if (Fp && (std::fflush(Fp) != 0 || std::ferror(Fp) != 0)) Failed = true;
+    if (!Failed && How == Kind::Precious && !Temp.empty() && fsync(Fd) != 0) Failed = true;
+    // In place, an empty file at least cannot be mistaken for a whole one.
+    if (Failed && Temp.empty() && ftruncate(Fd, 0) != 0) errno = 0;
+    const int closed = Fp ? std::fclose(Fp) : close(Fd);
+    Fp = nullptr;
+    Fd = -1;
+    return !Failed && closed == 0;
+}
+
 bool WholeFile::Keep() {
     if (Fd < 0) return false;
-    if (Failed) {
-        GiveUp();
-        return false;
-    }
-    const bool closed = close(Fd) == 0;
-    Fd = -1;
-    if (Temp.empty()) return closed;
-    if (closed && std::rename(Temp.c_str(), Target.c_str()) == 0) return true;
-    unlink(Temp.c_str());
-    return false;
+    const bool whole = Close();
+    if (Temp.empty()) return whole;
+    const bool kept = whole && std::rename(Temp.c_str(), Target.c_str()) == 0;
+    if (!kept) unlink(Temp.c_str());
+    Mark.Clear();
+    return kept;
 }
 
 void WholeFile::GiveUp() {
     if (Fd < 0) return;
-    // In place, an empty file at least cannot be mistaken for a whole one.
-    if (Temp.empty() && ftruncate(Fd, 0) != 0) Failed = true;
-    close(Fd);
-    Fd = -1;
+    Failed = true;
+    Close();
     if (!Temp.empty()) unlink(Temp.c_str());
+    Mark.Clear();
+}
+
+bool ReplaceFile(const std::string& made, const std::string& name) {
+    const std::string target = ResolveLinks(name);
+    struct stat old;
+    if (stat(target.c_str(), &old) == 0) {
+        if (access(target.c_str(), W_OK) != 0) return false;
+        if (chmod(made.c_str(), old.st_mode & kPermissions) != 0) return false;
+    }
+    return std::rename(made.c_str(), target.c_str()) == 0 || CopyOver(made, target);
 }

@@ -1,40 +1,61 @@
-// A result file that appears under its name only when it is complete.
+// A file that appears under its name only when it is complete.
 //
-// What is written goes to a temporary file in the same folder, which takes the place of the old
-// file when it is whole. A full disk, a failure or a crash therefore leaves an earlier result as
-// it was. A name that is no regular file (a device, a pipe) is written directly, and so is a file
-// in a folder that takes no new ones.
+// What is written goes to a temporary file in the same folder (NAME.tmp, or NAME.tmp1 and so on
+// when there is such a file), which takes the place of the old file when it is whole. A full disk,
+// a failure or a crash therefore leaves the old file as it was. A symbolic link stays one, its
+// target is replaced; permissions are kept; a write-protected file is not replaced. A name that is
+// no regular file (a device, a pipe) is written directly.
 #pragma once
 
-#include <sys/types.h>
+#include <sys/stat.h>
 
 #include <cstddef>
+#include <cstdio>
 #include <string>
 
+#include "output/TempName.h"
+
 struct WholeFile {
+    enum class Kind {
+        Result,   // can be made again; written directly in a folder that takes no new files
+        Precious  // never written directly over an old one; on the disk before it replaces that
+    };
+
     WholeFile() = default;
     WholeFile(const WholeFile&) = delete;
     WholeFile& operator=(const WholeFile&) = delete;
     /// Gives the file up unless it was kept.
     ~WholeFile();
 
-    /// Starts a new file for `name`. False when neither it nor its temporary can be written.
-    bool Open(const std::string& name);
+    /// Starts a new file for `name`. False when it cannot be written.
+    bool Open(const std::string& name, Kind kind = Kind::Result);
 
     /// Appends `bytes` bytes. After a failure nothing more is written and Keep fails.
     void Put(const void* data, std::size_t bytes);
+
+    /// The file as a stream, for a file that is written without Put; null when there is no memory.
+    std::FILE* Stream();
 
     /// Closes the file and puts it into its place. False when any byte of it was not written; it
     /// is then given up.
     bool Keep();
 
   private:
-    bool OpenBeside(mode_t mode);
+    bool OpenBeside(const struct stat* old);
     bool OpenInPlace();
+    bool Close();
     void GiveUp();
 
     std::string Target;
     std::string Temp;  // empty: written in place
+    TempName Mark;     // of Temp
+    Kind How = Kind::Result;
     int Fd = -1;
+    std::FILE* Fp = nullptr;  // over Fd, when a stream was asked for
     bool Failed = false;
 };
+
+/// Puts the complete file `made` in the place of `name`, in one step: until then, and whenever it
+/// fails, `name` is what it was. Links, permissions and protection are those of a WholeFile. On
+/// failure `made` stays.
+bool ReplaceFile(const std::string& made, const std::string& name);

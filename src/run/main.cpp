@@ -1,3 +1,7 @@
+#include "output/TempName.h"
 #include "run/KivRun.h"
 
-int main(int argc, char** argv) { return KivMain(argc, argv); }
+int main(int argc, char** argv) {
+    EndCleanlyOnSignals();
+    return KivMain(argc, argv);
+}

@@ -378,7 +378,7 @@ TEST_F(LineSet, EveryRefusedRequestLeavesTheEarlierFilesWhole) {
         EXPECT_EQ(ReadText("run.asc"), "earlier");
         EXPECT_EQ(std::distance(fs::directory_iterator("."), fs::directory_iterator()), 2);
     }
-    EXPECT_EQ(refused, 12);  // index, two work arrays and a workspace for each of nine sorts
+    EXPECT_EQ(refused, 11);  // index, two work arrays and a workspace for each of eight sorts
     for (const char* array : {"cwksp", "swksp", "lwksp", "fwksp", "dwksp"}) {
         EXPECT_NE(console.find(std::string("csi6sfdrsort()/") + array), std::string::npos) << array;
     }
