@@ -1,6 +1,8 @@
 // Boltzmann factors of a pair of levels.
 #pragma once
 
+#include "transitions/ExpFunc.h"
+
 /// Factor B of a line by the temperatures T1, T2 (kelvin) and the weight of T2.
 ///
 /// T1 <= 0: B = 1. Otherwise, with kT in energy units and E'' the lower energy:
@@ -33,3 +35,14 @@ class Boltzmann {
     double Lower = 0.0;
     double X1 = 1.0, X2 = 0.0;  // exp(-E''/kT1), WT exp(-E''/kT2)
 };
+
+inline double Boltzmann::Factor(double erg) const {
+    if (!On) return 1.0;
+    if (Negative) return 0.0;
+    if (!One_State) return Two_Temps ? X1 + X2 : X1;
+    if (erg < 0.0) return 0.0;
+    const double dE = erg - Lower;
+    const double first = X1 * (1.0 - ExpFunc(-dE / kT1));
+    const double sum = Two_Temps ? X2 * (1.0 - ExpFunc(-dE / kT2)) + first : first;
+    return sum * (dE * 0.0001);
+}

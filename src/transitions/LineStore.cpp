@@ -1,7 +1,5 @@
 #include "transitions/LineStore.h"
 
-#include <algorithm>
-
 #include "run/KivRecord.h"
 #include "run/KivTrace.h"
 #include "transitions/TrsStore.h"
@@ -26,6 +24,10 @@ void LineStore::Attach() {
     Lower_Idx = Kiv.FI_Erg_Idx[ST_GND].Data();
     Upper_Idx = Kiv.FI_Erg_Idx[ST_EXC].Data();
     Dev = Kiv.FI_Sim_Dev.Data();
+    Upper_Ka = Kiv.Ka_Vector[ST_EXC].Data();
+    Upper_Kc = Kiv.Kc_Vector[ST_EXC].Data();
+    Upper_Dev = Kiv.HamDev_Vector[ST_EXC].Data();
+    Room = Kiv.Trs_Max_Lines;
 }
 
 void LineStore::SetLower(int J, std::int32_t index) {
@@ -39,30 +41,7 @@ void LineStore::SetLower(int J, std::int32_t index) {
     }
 }
 
-int LineStore::Put(int J, std::int32_t index, const LineValues& line) {
-    const std::size_t n = static_cast<std::size_t>(Num);
-    Erg[n] = line.Position;
-    Itn[n] = line.Intensity;
-    std::copy_n(line.Real_Amp, 3, Real_Amp + 3 * n);
-    if (Imag_Amp) std::copy_n(line.Imag_Amp, 3, Imag_Amp + 3 * n);
-    std::int16_t* label = Label + 6 * n;
-    label[0] = static_cast<std::int16_t>(J);
-    label[1] = Kiv.Ka_Vector[ST_EXC][index];
-    label[2] = Kiv.Kc_Vector[ST_EXC][index];
-    std::copy_n(Lower_Label, 3, label + 3);
-    Lower_Idx[n] = Lower;
-    if (Upper_Idx) Upper_Idx[n] = index;
-    const int num_dev = Num_Lower_Dev + Num_Upper_Dev;
-    if (num_dev > 0) {
-        double* row = Dev + n * num_dev;
-        const double* upper =
-            Kiv.HamDev_Vector[ST_EXC].Data() + static_cast<std::size_t>(index) * Num_Upper_Dev;
-        for (int i = 0; i < Num_Lower_Dev; ++i) row[i] = Lower_Dev[i];
-        for (int i = 0; i < Num_Upper_Dev; ++i) row[Num_Lower_Dev + i] = upper[i];
-    }
-    Band[n] = line.Band;
-    Kiv.Num_Trs = ++Num;
-    if (Num < Kiv.Trs_Max_Lines) return 1;
+int LineStore::Grow() {
     if (!TrsOut(1)) return 0;
     Attach();
     return 1;
