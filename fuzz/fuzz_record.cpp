@@ -43,7 +43,7 @@ void SetSwitches(ByteSource& bytes) {
     Kiv.Fit_Stat = static_cast<std::int16_t>(bytes.Upto(7) - 1);
     Kiv.Gnd_Only = Kiv.Fit_Stat == 0 ? 1 : 0;
     Kiv.Red_Stat = bytes.Upto(4);
-    Kiv.LS_Cycles = static_cast<std::int16_t>(bytes.Byte() < 250 ? bytes.Upto(3) : -1);
+    Kiv.LS_Cycles = static_cast<std::int16_t>(bytes.Byte() < 255 ? bytes.Upto(3) : -1);
     Kiv.Uniform_Unc = bytes.Upto(2);
     Kiv.Rej_Level = bytes.Real();
     Kiv.Delta_K_Order = bytes.Int32();

@@ -1,20 +1,30 @@
 // Owning arrays of plain numbers and the helper family that sizes them.
 //
 // Every array of the program is a KivArray or a KivTable, so that one place decides how memory is
-// asked for, refused and released. Sizes are element counts in 64 bits; a size that cannot be
-// expressed in bytes is refused like any other. Helpers return 1, or -1 with the array empty.
+// asked for, refused and released. Sizes are element counts in 64 bits. A request is refused when
+// its size cannot be expressed in bytes, when the system has no memory for it, or when it and what
+// the arrays already hold exceed the memory that the machine had to spare at the first request:
+// systems promise more memory than they have, and a run that takes it would swap or be ended.
+// Helpers return 1, or -1 with the array empty.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <span>
 #include <type_traits>
 #include <utility>
 
+/// A block of `n` zeroed elements of `size` bytes, of one when n is less; null when refused.
+void* BlockAlloc(std::int64_t n, std::size_t size);
+
+/// Resizes `block`, keeping what fits; null when refused, `block` is then as it was.
+void* BlockRealloc(void* block, std::int64_t n, std::size_t size);
+
+void BlockFree(void* block) noexcept;
+
 struct FreeBlock {
-    void operator()(void* block) const noexcept { std::free(block); }
+    void operator()(void* block) const noexcept { BlockFree(block); }
 };
 
 /// One block of plain numbers: empty until sized, released with the record that holds it.
@@ -50,18 +60,15 @@ struct KivTable {
     bool IsNull() const { return Block.IsNull(); }
 };
 
-/// Decides whether `n` elements of `size` bytes may be asked for. Counts the requests, so that a
-/// test can have the N-th one refused (see ArrRefuse).
-bool ArrGrant(std::int64_t n, std::size_t size);
-
 /// Lets `granted` more requests through, then refuses every one; negative: refuse none (default).
 void ArrRefuse(std::int64_t granted);
 
-/// The number of bytes to ask for: at least one element, so that an empty array is not a failure.
-template <class T>
-std::size_t ArrBytes(std::int64_t n) {
-    return static_cast<std::size_t>(n > 0 ? n : 1) * sizeof(T);
-}
+/// Refuses what would make the arrays hold more than `bytes`; negative: the machine decides
+/// (default).
+void ArrLimit(std::int64_t bytes);
+
+/// Bytes that all arrays hold now.
+std::int64_t ArrHeld();
 
 /// Empties `arr`.
 template <class T>
@@ -74,8 +81,7 @@ void ArrFree(KivArray<T>& arr) {
 template <class T>
 short ArrAlloc(KivArray<T>& arr, std::int64_t n) {
     ArrFree(arr);
-    if (!ArrGrant(n, sizeof(T))) return -1;
-    arr.Ptr.reset(static_cast<T*>(std::calloc(ArrBytes<T>(n) / sizeof(T), sizeof(T))));
+    arr.Ptr.reset(static_cast<T*>(BlockAlloc(n, sizeof(T))));
     if (!arr.Ptr) return -1;
     arr.Num = static_cast<std::size_t>(n > 0 ? n : 0);
     return 1;
@@ -84,11 +90,7 @@ short ArrAlloc(KivArray<T>& arr, std::int64_t n) {
 /// Resizes `arr` to `n` elements, keeping what fits; new elements are not cleared.
 template <class T>
 short ArrRealloc(KivArray<T>& arr, std::int64_t n) {
-    if (!ArrGrant(n, sizeof(T))) {
-        ArrFree(arr);
-        return -1;
-    }
-    T* grown = static_cast<T*>(std::realloc(static_cast<void*>(arr.Ptr.get()), ArrBytes<T>(n)));
+    T* grown = static_cast<T*>(BlockRealloc(arr.Ptr.get(), n, sizeof(T)));
     if (!grown) {
         ArrFree(arr);
         return -1;
