@@ -173,11 +173,12 @@ bool NextWritten(TextLines& lines, const AsnLimits& limits, LineKind& kind, AsnL
     return false;
 }
 
-// Moves `lines` from the start of the file behind the separator of the sets read before. The
-// separators in between are not counted, so that only a second set is ever found.
+// Moves `lines` from the start of the file behind the separator of the first set. The separators
+// of further sets are not counted, so only a second one can be found.
 bool FindSet(TextLines& lines, const AsnLimits& limits) {
     lines.Rewind();
     if (Kiv.Num_Asn_Read == 0) return true;
+    if (Kiv.Asn_Multi_Set == 1) return false;
     LineKind kind = LineKind::Blank;
     AsnLine line;
     std::string_view text;

@@ -117,6 +117,8 @@ const SetCase kSets[] = {
     {"BlankBeforeSeparator", LINE_1 "\n//\n" LINE_2, 1, 2, 1, ""},
     {"DoubleSeparator", LINE_1 "//\n//\n" LINE_2 LINE_3, 1, 3, 1, ""},
     {"ThreeSets", LINE_1 "//\n" LINE_2 "//\n" LINE_3, 1, 2, 1, kSeparated},
+    // the second separator once made the second set be read again as the third
+    {"ThreeSetsDoubleSeparator", LINE_1 "//\n//\n" LINE_2 "//\n" LINE_3, 1, 2, 1, kSeparated},
     {"SecondSetUnacceptable", LINE_1 "//\nA 99 0 99 98 0 98 1 1\n", 0, 1, 1, kZeroLines},
 };
 class AsnSets : public AsnLines, public testing::WithParamInterface<SetCase> {};
