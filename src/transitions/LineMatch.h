@@ -16,6 +16,9 @@ class LineMatch {
     /// then used up. Call with ascending keys.
     bool Matches(std::uint64_t key) { return Cursor < End && MatchesNext(key); }
 
+    /// True when no assignment is left.
+    bool IsDone() const { return Cursor >= End; }
+
     /// Reports the assignments that stand before `key`.
     void ReportBefore(std::uint64_t key);
 

@@ -43,6 +43,7 @@ class TrsPass {
     void RunLower(int J_lower);
     void RunBranch(int J_lower, int J_upper);
     void RunLevel(const LowerLevel& lower, int J_upper);
+    int PassDownward(const LowerLevel& lower, int J_upper, const UpperRange& range);
     void FillRaw(int first, int last);
     bool PassesParity(const LowerLevel& lower, std::int32_t upper) const;
     Projected Project(int upper_rank) const;
@@ -118,11 +119,13 @@ void TrsPass::RunLevel(const LowerLevel& lower, int Ju) {
     const UpperRange range = UpperRangeOf(lower.Ka, Ju);
     if (range.First >= range.Last) return;
     Weights.SetLower(lower.Erg);
-    Amps.Compute(lower.Rank, range.First, range.Last);
-    FillRaw(range.First, range.Last);
+    const int first = PassDownward(lower, Ju, range);
+    if (first == range.Last) return;
+    Amps.Compute(lower.Rank, first, range.Last);
+    FillRaw(first, range.Last);
     Store.SetLower(lower.J, lower.Index);
     const std::uint64_t key = LineKey(lower.J, Ju, lower.Rank, 0);
-    for (int rank = range.First; rank < range.Last; ++rank) {
+    for (int rank = first; rank < range.Last; ++rank) {
         if (Parity && !PassesParity(lower, Ju * Ju + rank)) continue;
         const bool matched = Match.Matches(key + static_cast<std::uint64_t>(rank));
         Num_Negative += Weights.IsNegative();
@@ -130,6 +133,23 @@ void TrsPass::RunLevel(const LowerLevel& lower, int Ju) {
         StorePair(lower, Ju, rank, matched);
         if (Failed) return;
     }
+}
+
+// In a ground-only run the pairs that go down in energy, the first of the range, have no line: they
+// are matched and counted without amplitudes. Returns the first rank after them.
+int TrsPass::PassDownward(const LowerLevel& lower, int Ju, const UpperRange& range) {
+    if (!Gnd_Only || Debug) return range.First;
+    const double* erg = &Kiv.HamErg_Vector[ST_EXC][Ju * Ju];
+    int first = range.First;
+    while (first < range.Last && Origin + erg[first] - lower.Erg < 0.0) ++first;
+    if (Match.IsDone() && !Weights.IsNegative()) return first;
+    const std::uint64_t key = LineKey(lower.J, Ju, lower.Rank, 0);
+    for (int rank = range.First; rank < first; ++rank) {
+        if (Parity && !PassesParity(lower, Ju * Ju + rank)) continue;
+        if (Match.Matches(key + static_cast<std::uint64_t>(rank))) Match.Drop();
+        Num_Negative += Weights.IsNegative();
+    }
+    return first;
 }
 
 // Raw intensities. Real states: a and b add coherently, c, whose amplitude is imaginary, in
