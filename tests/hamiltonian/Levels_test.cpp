@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "frames/EulerRot.h"
@@ -41,6 +42,16 @@ constexpr int kRealPrms[] = {PRM_PX, PRM_PZ,  PRM_PXPZ, PRM_DK,    PRM_DJK,   PR
 constexpr int kComplexPrms[] = {PRM_PY, PRM_PXPY, PRM_PYPZ, PRM_PY3, PRM_PZ2PY, PRM_PY2PZ};
 
 double SmallValue(int prm) { return prm <= PRM_PYPZ ? 0.3 + 0.05 * prm : 1e-3 * (prm - 7); }
+
+// Four-point difference quotient: shifts and weights of 12 * step.
+constexpr std::pair<int, double> kQuotient[] = {{-2, 1.0}, {-1, -8.0}, {1, 8.0}, {2, -1.0}};
+
+double LargestElement(int prm) {
+    double size = 0.0;
+    const SlowMatrix op = SlowOperator(Kiv.Max_J, prm, Kiv.Red_Stat == 1);
+    for (const Complex& x : op.El) size = std::max(size, std::abs(x));
+    return size;
+}
 
 // Which constants are on beside A, B, C, in which reduction.
 struct TermCase {
@@ -137,12 +148,10 @@ TEST_P(Terms, GiveDerivativesEqualToDifferenceQuotients) {
     int slot = 0;
     for (int prm = 0; prm < NUM_HAM_PRM; ++prm) {
         if (Kiv.Prm_Stat[ST_GND][prm] != 1) continue;
-        const SlowMatrix op = SlowOperator(Kiv.Max_J, prm, Kiv.Red_Stat == 1);
-        double size = 0.0;  // largest element of the operator
-        for (const Complex& x : op.El) size = std::max(size, std::abs(x));
+        const double size = LargestElement(prm);
         const double value = Kiv.Prm_Val[ST_GND][prm], step = 1e-3 / size;
         std::vector<double> quotient(36, 0.0);
-        for (const auto& [shift, weight] : {std::pair{-2, 1.0}, {-1, -8.0}, {1, 8.0}, {2, -1.0}}) {
+        for (const auto& [shift, weight] : kQuotient) {
             Kiv.Prm_Val[ST_GND][prm] = value + shift * step;
             ASSERT_EQ(Solve(ST_GND), 1);
             for (int level = 0; level < 36; ++level) {
@@ -312,6 +321,62 @@ TEST_F(Levels, OfATiltedStateAreThoseOfTheUprightOne) {
                 EXPECT_NEAR(Kiv.HamDev_Vector[ST_GND][3 * level + i], dev[3 * level + i], 1e-6);
             }
         }
+    }
+}
+
+// The same for every constant of a tilted state, in both reductions: A, B, C before the turn, the
+// others in the tilted axes. Cross terms belong to the turn there.
+TEST_F(Levels, OfATiltedStateHaveDerivativesEqualToDifferenceQuotients) {
+    struct Tilt {
+        double Phi, Theta, Chi;
+        int Red_Stat;
+    };
+    const auto solve = [](const Tilt& tilt, const double* constants) {
+        std::copy_n(constants, NUM_PRM, Kiv.Prm_Val[ST_GND]);
+        EulerGenMat(Kiv.Rot_Mat[ST_GND], tilt.Phi, tilt.Theta, tilt.Chi);
+        SimTrans(ST_GND);
+        return Solve(ST_GND);
+    };
+    for (const Tilt& tilt :
+         {Tilt{0, 25, 0, 0}, Tilt{0, 25, 0, 1}, Tilt{33, 71, -12, 0}, Tilt{33, 71, -12, 1}}) {
+        Kiv = KivRecord{};
+        Kiv.Max_J = 5;
+        Kiv.Red_Stat = tilt.Red_Stat;
+        Kiv.Cplx_Ham = tilt.Phi != 0.0 ? 1 : 0;
+        SetStdRotor(ST_GND);
+        for (int prm : kRealPrms) {
+            if (prm != PRM_PXPZ) SetTerm(ST_GND, prm, SmallValue(prm));
+        }
+        for (int prm : {PRM_PY, PRM_PY3, PRM_PZ2PY, PRM_PY2PZ}) {
+            if (Kiv.Cplx_Ham == 1) SetTerm(ST_GND, prm, SmallValue(prm));
+        }
+        AllocLevels();
+        double constants[NUM_PRM];
+        std::copy_n(Kiv.Prm_Val[ST_GND], NUM_PRM, constants);
+        ASSERT_EQ(solve(tilt, constants), 1);
+        const int num_dev = Kiv.Num_Dev[ST_GND];
+        const KivArray<double> dev = std::move(Kiv.HamDev_Vector[ST_GND]);
+        ArrAlloc(Kiv.HamDev_Vector[ST_GND], 36 * num_dev);
+        int slot = 0;
+        for (int prm = 0; prm < NUM_HAM_PRM; ++prm) {
+            if (Kiv.Prm_Stat[ST_GND][prm] != 1) continue;
+            const double size = LargestElement(prm), step = 1e-3 / size, value = constants[prm];
+            std::vector<double> quotient(36, 0.0);
+            for (const auto& [shift, weight] : kQuotient) {
+                constants[prm] = value + shift * step;
+                ASSERT_EQ(solve(tilt, constants), 1);
+                for (int level = 0; level < 36; ++level) {
+                    quotient[level] += weight * Kiv.HamErg_Vector[ST_GND][level] / (12 * step);
+                }
+            }
+            constants[prm] = value;
+            for (int level = 0; level < 36; ++level) {
+                EXPECT_NEAR(dev[level * num_dev + slot], quotient[level], 1e-7 * size)
+                    << Kiv.Prm_Lbl[prm] << " level " << level << " phi " << tilt.Phi;
+            }
+            ++slot;
+        }
+        EXPECT_EQ(slot, num_dev);
     }
 }
 
