@@ -31,10 +31,15 @@ struct ScanFile {
     ScanFile(const ScanFile&) = delete;
     ScanFile& operator=(const ScanFile&) = delete;
 
-    void Close() {
-        if (Fp) std::fclose(Fp);
+    /// False when some line could not be written.
+    bool Close() {
+        if (!Fp) return true;
+        const bool written = IsWritten();
+        const bool closed = std::fclose(Fp) == 0;
         Fp = nullptr;
+        return written && closed;
     }
+    bool IsWritten() const { return !Fp || std::ferror(Fp) == 0; }
     void Put(const char* line) {
         if (!Fp) return;
         std::fputs(line, Fp);
@@ -93,7 +98,11 @@ int KivScan() {
         "PHI     THE     CHI     A         B         C         XY        XZ        YZ        "
         "OMC\n");
     const double first = ang[kScanAngle];
-    for (; first + kFullTurn > ang[kScanAngle]; ang[kScanAngle] += kStep)
+    for (; first + kFullTurn > ang[kScanAngle] && file.IsWritten(); ang[kScanAngle] += kStep) {
         ScanStep(file, ang, start);
+    }
+    if (!file.Close()) {
+        return ConFail("FAILED TO CREATE ASCII FILE [%s] FOR WRITING!\n", kScanFlnm);
+    }
     return TraceExit("KivScan");
 }

@@ -9,7 +9,6 @@
 namespace {
 
 constexpr int kNumSlots = 4;
-constexpr int kEndSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 // What the handler may read: fixed storage, and a flag that is set when the name is complete.
 struct NameSlot {
@@ -25,14 +24,6 @@ sigset_t EndSignals() {
     sigemptyset(&set);
     for (int sig : kEndSignals) sigaddset(&set, sig);
     return set;
-}
-
-extern "C" void EndBySignal(int sig) {
-    for (NameSlot& slot : Slots) {
-        if (slot.Used) unlink(slot.Path);
-    }
-    signal(sig, SIG_DFL);
-    raise(sig);  // delivered when the handler returns
 }
 
 }  // namespace
@@ -60,16 +51,8 @@ void TempName::Clear() {
     Slot = -1;
 }
 
-void EndCleanlyOnSignals() {
-    struct sigaction end = {};
-    end.sa_handler = EndBySignal;
-    end.sa_mask = EndSignals();
-    for (int sig : kEndSignals) {
-        struct sigaction now;
-        if (sigaction(sig, nullptr, &now) == 0 && now.sa_handler != SIG_IGN) {
-            sigaction(sig, &end, nullptr);
-        }
+void RemoveTempFiles() {
+    for (NameSlot& slot : Slots) {
+        if (slot.Used) unlink(slot.Path);
     }
-    signal(SIGPIPE, SIG_IGN);
-    signal(SIGXFSZ, SIG_IGN);
 }

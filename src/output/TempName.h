@@ -1,8 +1,11 @@
 // Names of temporary files, so that a program that is told to end can remove them.
 #pragma once
 
+#include <signal.h>
+
 /// The name of one temporary file while that file exists. At most a handful exist at a time;
-/// further ones are not noted.
+/// further ones
+/// are not noted.
 class TempName {
   public:
     TempName() = default;
@@ -10,8 +13,7 @@ class TempName {
     TempName& operator=(const TempName&) = delete;
     ~TempName() { Clear(); }
 
-    /// Delays the signals that end the program until Release, so that a file that is created in
-    /// between is noted.
+    /// Delays the end signals until Release, so that a file that is created in between is noted.
     void Hold();
     void Release();
 
@@ -25,7 +27,8 @@ class TempName {
     int Slot = -1;
 };
 
-/// From now on SIGINT, SIGTERM and SIGHUP remove the noted files and end the program, as the
-/// signal does by itself. A signal that is ignored stays so. SIGPIPE and SIGXFSZ are ignored: a
-/// closed pipe or a file that may not grow is then a failed write, which is reported.
-void EndCleanlyOnSignals();
+/// Signals that end the program unless it is told otherwise.
+inline constexpr int kEndSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
+/// Removes the noted files; may be called by a signal handler.
+void RemoveTempFiles();

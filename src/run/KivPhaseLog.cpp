@@ -39,19 +39,25 @@ bool WantsDebugLog() {
     return false;
 }
 
+int FailDebugLog() {
+    return ConFail("FAILED TO CREATE ASCII DEBUG FILE %s FOR WRITING!", Kiv.Debug_Flnm);
+}
+
+int FailBaseLog() {
+    return ConFail("FAILED TO CREATE ASCII LOG FILE %s.log FOR WRITING!\n", Kiv.Out_Base);
+}
+
 int OpenDebugLog() {
     if (Kiv.Log_Fp || !WantsDebugLog()) return 1;
     Kiv.Log_Fp = std::fopen(Kiv.Debug_Flnm, "w");
-    if (Kiv.Log_Fp) return 1;
-    return ConFail("FAILED TO CREATE ASCII DEBUG FILE %s FOR WRITING!", Kiv.Debug_Flnm);
+    return Kiv.Log_Fp ? 1 : FailDebugLog();
 }
 
 int OpenBaseLog() {
     if (Kiv.Log_Fp) return 1;
     const std::string name = std::string(Kiv.Out_Base) + ".log";
     Kiv.Log_Fp = std::fopen(name.c_str(), "w");
-    if (Kiv.Log_Fp) return 1;
-    return ConFail("FAILED TO CREATE ASCII LOG FILE %s FOR WRITING!\n", name.c_str());
+    return Kiv.Log_Fp ? 1 : FailBaseLog();
 }
 
 int ReportInput() {
@@ -218,11 +224,19 @@ void ReportFit(int sub) {
     LogFlush();
 }
 
+// A log that could not be written to its end, on a full disk for one, costs nothing but itself.
 void CloseLog() {
     ConPut("PHASE    X - PROGRAM TERMINATION\n");
     PutRule(kHalfEquals);
-    std::fclose(Kiv.Log_Fp);
+    const bool written = std::ferror(Kiv.Log_Fp) == 0;
+    const bool closed = std::fclose(Kiv.Log_Fp) == 0;
     Kiv.Log_Fp = nullptr;
+    if (written && closed) return;
+    if (WantsDebugLog()) {
+        FailDebugLog();
+    } else {
+        FailBaseLog();
+    }
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 #include "fit/KivScan.h"
 #include "fit/LsfTrs.h"
@@ -90,6 +91,28 @@ int RunInputFile(const char* name) {
     return 0;
 }
 
+int RunProgram(int argc, char** argv) {
+    if (argc < 2) return ShowUsage();
+    if (argc == 2 && std::strcmp(argv[1], "--help") == 0) {
+        ConPut("%s", kHelp);
+        return 0;
+    }
+    if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
+        ConPut("kiv %s\n", Kiv.Version);
+        return 0;
+    }
+    return RunInputFile(argv[1]);
+}
+
+// The end of a run that found no memory for a file name; arrays report their own.
+int StopWithoutMemory() {
+    CoreFail("KivMain()/name");
+    Services.Wait(kFailWait);
+    KivCoreFree();
+    KivPhaseLog(PHASE_END, 0);
+    return 0;
+}
+
 }  // namespace
 
 int KivRun() {
@@ -104,14 +127,9 @@ int KivRun() {
 }
 
 int KivMain(int argc, char** argv) {
-    if (argc < 2) return ShowUsage();
-    if (argc == 2 && std::strcmp(argv[1], "--help") == 0) {
-        ConPut("%s", kHelp);
-        return 0;
+    try {  // strings of the standard library report a lack of memory in no other way
+        return RunProgram(argc, argv);
+    } catch (const std::bad_alloc&) {
+        return StopWithoutMemory();
     }
-    if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
-        ConPut("kiv %s\n", Kiv.Version);
-        return 0;
-    }
-    return RunInputFile(argv[1]);
 }

@@ -1,7 +1,7 @@
-#include "output/TempName.h"
 #include "run/KivRun.h"
+#include "run/Process.h"
 
 int main(int argc, char** argv) {
-    EndCleanlyOnSignals();
+    PrepareProcess();
     return KivMain(argc, argv);
 }
