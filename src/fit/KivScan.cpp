@@ -64,10 +64,16 @@ void PutFit(const ScanFile& file, const double* ang) {
     std::fflush(file.Fp);
 }
 
-void ScanStep(ScanFile& file, double* ang, const double (&start)[2][NUM_PRM]) {
+// The lines that stay in the store are those of the last step: only there are all of them wanted.
+FitPasses PassesOf(bool last_step) {
+    const LineChoice choice = last_step ? LineChoice::All : LineChoice::Assigned;
+    return {choice, choice};
+}
+
+void ScanStep(ScanFile& file, double* ang, const double (&start)[2][NUM_PRM], bool last) {
     ConPut("%-7.2lf %-7.2lf %.2lf\n", ang[0], ang[1], ang[2]);
     CrossTermCorrection(ang, Kiv.Prm_Val[ST_GND]);
-    if (LsfTrs()) {
+    if (LsfTrs(PassesOf(last))) {
         PutFit(file, ang);
     } else {
         file.Put("LSF FIT ERROR\n");
@@ -99,7 +105,7 @@ int KivScan() {
         "OMC\n");
     const double first = ang[kScanAngle];
     for (; first + kFullTurn > ang[kScanAngle] && file.IsWritten(); ang[kScanAngle] += kStep) {
-        ScanStep(file, ang, start);
+        ScanStep(file, ang, start, !(first + kFullTurn > ang[kScanAngle] + kStep));
     }
     if (!file.Close()) {
         return ConFail("FAILED TO CREATE ASCII FILE [%s] FOR WRITING!\n", kScanFlnm);

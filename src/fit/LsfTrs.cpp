@@ -11,7 +11,6 @@
 #include "run/KivPhaseLog.h"
 #include "run/KivRecord.h"
 #include "run/KivTrace.h"
-#include "transitions/Ham2Trs.h"
 
 namespace {
 
@@ -20,6 +19,7 @@ namespace {
 constexpr int kRejectionCycles = 1;
 
 struct Fit {
+    FitPasses Passes;
     FitList List;
     FitRows Rows;
     KivTable<double> v_mat;
@@ -57,12 +57,12 @@ int AllocSolver(Fit& fit) {
 }
 
 // A pass in which both levels belong to the ground state, for the second set of lines.
-int RotationalPass() {
+int RotationalPass(LineChoice choice) {
     const std::int32_t gnd_only = Kiv.Gnd_Only;
     const double origin = Kiv.Prm_Val[ST_EXC][PRM_ORI];
     Kiv.Gnd_Only = 1;
     Kiv.Prm_Val[ST_EXC][PRM_ORI] = 0.0;
-    const int done = Ham2Trs(LineChoice::Assigned);
+    const int done = Ham2Trs(choice);
     Kiv.Gnd_Only = gnd_only;
     Kiv.Prm_Val[ST_EXC][PRM_ORI] = origin;
     return done;
@@ -72,7 +72,7 @@ int RotationalPass() {
 // so the lines of the first set are gathered before the second pass.
 int CalcLines(Fit& fit) {
     fit.Rows = FitRows{};
-    if (!Ham2Trs(LineChoice::Assigned)) return 0;
+    if (!Ham2Trs(fit.Passes.Cycles)) return 0;
     if (!AllocRows(fit.Rows, fit.List, std::max(Kiv.Num_Asn, Kiv.Num_Asn_Read))) return 0;
     if (IsCombDiffFit()) return 1;
     const bool ground = Kiv.Fit_Stat == 0 || Kiv.Gnd_Only == 1;
@@ -82,7 +82,7 @@ int CalcLines(Fit& fit) {
     }
     // A ground-only run sees the second set in both passes.
     if (Kiv.Gnd_Only != 1) GatherLines(fit.Rows, fit.List, ground);
-    if (!RotationalPass()) return 0;
+    if (!RotationalPass(fit.Passes.Cycles)) return 0;
     GatherLines(fit.Rows, fit.List, true);
     Kiv.Num_Asn = fit.Rows.Num_Lines;
     return 1;
@@ -213,11 +213,12 @@ void MarkRejected() {
 
 }  // namespace
 
-int LsfTrs() {
+int LsfTrs(FitPasses passes) {
     TraceEnter("LsfTrs");
     KivPhaseLog(PHASE_FIT, 0);
     if (!CheckEnoughLines()) return 0;
     Fit fit;
+    fit.Passes = passes;
     fit.List = MakeFitList();
     if (!AllocSolver(fit)) return 0;
     Kiv.Std_Dev_Scale = 1.0;
@@ -230,7 +231,7 @@ int LsfTrs() {
     PutCovariance(fit.List);
     SetFitDeviations(fit.List);
     fit.Rows = FitRows{};
-    if (!Ham2Trs()) return 0;
+    if (!Ham2Trs(passes.Last)) return 0;
     MarkRejected();
     return TraceExit("LsfTrs");
 }

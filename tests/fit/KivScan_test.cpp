@@ -1,5 +1,6 @@
 #include "fit/KivScan.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <sstream>
@@ -79,6 +80,30 @@ TEST_F(KivScanRun, TurningTheFrameLeavesTheSpectrum) {
     EXPECT_NEAR(std::sqrt(size), pz, 1e-9);
     EXPECT_NE(console.find("0.00    0.00    0.00\n"), std::string::npos);
     EXPECT_NE(console.find(" 359.00\n"), std::string::npos);
+}
+
+// Without its cross term a turn about the vector's axis does change the spectrum: half a turn gives
+// the same B and C again, a quarter turn exchanges them, which the distortion notices.
+TEST_F(KivScanRun, ResidualHasAPeriodOf180Degrees) {
+    for (int prm : {PRM_PX, PRM_PY, PRM_PXPY, PRM_PXPZ, PRM_PYPZ}) {
+        Kiv.Prm_Stat[ST_GND][prm] = 0;
+        Kiv.Prm_Val[ST_GND][prm] = 0.0;
+    }
+    SetTerm(ST_GND, PRM_dJ, 0.02);
+    SetAssignments(SlowLines(ST_GND, ST_GND, 0.0, 2, 1e-3, 1));
+    ASSERT_EQ(KivCoreAlloc(), 1);
+    Console([] { EXPECT_EQ(KivScan(), 1); });
+    const std::string text = ReadText("KivScan.txt");
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 362);
+    const auto rows = Rows();
+    ASSERT_EQ(rows.size(), 360u);
+    for (std::size_t step = 0; step < 180; ++step) {
+        EXPECT_NEAR(rows[step][9], rows[step + 180][9], 0.002) << step;
+        EXPECT_NEAR(rows[step][9], rows[(360 - step) % 360][9], 0.002) << step;
+        EXPECT_EQ(rows[step][9] < 0.002, step == 0) << step;
+    }
+    EXPECT_NEAR(rows[90][4], rows[0][5], 1e-3);
+    EXPECT_GT(rows[90][9], 10.0);
 }
 
 TEST_F(KivScanRun, StartBetweenDegrees) {
