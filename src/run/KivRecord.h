@@ -89,9 +89,9 @@ struct KivSolved {
 
 struct KivRecord {
     // Versions
-    std::int16_t Num_Versions = 5;     // entries 1..5 of Version_Tbl are known
-    char Version[16] = "v5.6";         // written into the next-input file
-    char Inp_Version[16] = "v1.0";     // found in the input file
+    std::int16_t Num_Versions = 5;  // entries 1..5 of Version_Tbl are known
+    char Version[16] = "v5.6";      // written into the next-input file
+    char Inp_Version[16] = "v1.0";  // found in the input file
     char Version_Tbl[6][16] = {"v0", "v1", "2", "v3", "v4", "v5"};  // "2" is meant: files say 2.x
 
     // Names
@@ -110,7 +110,7 @@ struct KivRecord {
     std::int32_t Red_Stat = 1;  // A reduction for: 1 both, 2 ground, 3 excited; else S reduction
     std::int16_t Fit_Stat = 1;  // 0 GND, 1 EXC ABS, 2 EXC DEL, 3 GND CD, 4 EXC CD
     std::int32_t Max_J = 35;
-    std::int32_t Asn_J_Max = -1;   // limits of accepted assignments, -1 = all
+    std::int32_t Asn_J_Max = -1;  // limits of accepted assignments, -1 = all
     std::int32_t Asn_Ka_Max = -1;
     std::int32_t Asn_Kc_Max = -1;
     std::int32_t Delta_K_Order = 2;
@@ -132,8 +132,8 @@ struct KivRecord {
     // Constants, one row a state
     std::int32_t Prm_Stat[2][NUM_PRM] = {{1, 1, 1}, {1, 1, 1}};  // 1: present (ORI: constructor)
     double Prm_Val[2][NUM_PRM] = {};
-    double Prm_Sd[2][NUM_PRM] = {};       // standard deviations of the last fit
-    double Prm_Val_Save[2][NUM_PRM] = {};  // A, B, C as they were before the rotation
+    double Prm_Sd[2][NUM_PRM] = {};            // standard deviations of the last fit
+    double Prm_Val_Save[2][NUM_PRM] = {};      // A, B, C as they were before the rotation
     std::int32_t Prm_Fit[2][NUM_PRM] = {};     // 1: varied in the fit
     std::int32_t XTerm_Flag[2][NUM_PRM] = {};  // 1: the rotation produced this cross term
     double Kappa[2] = {};
@@ -175,11 +175,11 @@ struct KivRecord {
     KivTable<double> RC_CovarianceMat;  // rows and columns 1..Num_Fit_Prm are used
 
     // Assignments
-    std::int32_t Num_Asn_Read = 0;   // accepted lines of all sets
-    std::int32_t Num_Asn = 0;        // lines with a calculated partner
-    std::int32_t Num_Rej = 0;        // lines without one
-    std::int32_t Asn_Split = 0;      // lines of the first set
-    std::int32_t Asn_Multi_Set = 0;  // 1: there is a second set
+    std::int32_t Num_Asn_Read = 0;         // accepted lines of all sets
+    std::int32_t Num_Asn = 0;              // lines with a calculated partner
+    std::int32_t Num_Rej = 0;              // lines without one
+    std::int32_t Asn_Split = 0;            // lines of the first set
+    std::int32_t Asn_Multi_Set = 0;        // 1: there is a second set
     KivArray<std::uint64_t> AsnQN_Vector;  // LineKey, ascending in each set
     KivArray<double> AsnErg_Vector;
     KivArray<double> AsnUnc_Vector;
@@ -202,8 +202,8 @@ struct KivRecord {
 
     // Levels: the 2J+1 levels of J at J*J, ascending; see the Hamiltonian headers
     std::int32_t Core_Alloc_Done = 0;
-    std::int16_t Num_Dev[2] = {};        // derivatives a level carries
-    KivArray<double> HamErg_Vector[2];   // energies
+    std::int16_t Num_Dev[2] = {};           // derivatives a level carries
+    KivArray<double> HamErg_Vector[2];      // energies
     KivArray<double> HamErgReal_Vector[2];  // eigenvectors, real parts
     KivArray<double> HamErgImag_Vector[2];  // imaginary parts, complex runs only
     KivArray<double> HamDev_Vector[2];      // Num_Dev derivatives a level
@@ -223,14 +223,14 @@ struct KivRecord {
     // Transition store, parallel arrays of Num_Trs lines; see transitions/TrsStore.h
     std::int32_t Trs_Max_Lines = 100000;
     std::int32_t Num_Trs = 0;
-    KivArray<double> FI_Sim_Erg;          // line positions
-    KivArray<float> FI_Sim_Itn;           // intensities
-    KivArray<float> FI_ABC_RealAmp;       // a, b, c a line
-    KivArray<float> FI_ABC_ImagAmp;       // a, b, c a line, complex runs only
-    KivArray<char> FI_BT_Lbl;             // 'A', 'B', 'C', or 'R' for a rejected line
-    KivArray<std::int32_t> FI_AsnLn_Idx;  // line of the k-th matched assignment
-    KivArray<std::int32_t> FI_Asn_Idx;    // assignment of the k-th match
-    KivArray<std::int16_t> FI_JKK_Lbl;    // J', Ka', Kc', J'', Ka'', Kc'' a line
+    KivArray<double> FI_Sim_Erg;           // line positions
+    KivArray<float> FI_Sim_Itn;            // intensities
+    KivArray<float> FI_ABC_RealAmp;        // a, b, c a line
+    KivArray<float> FI_ABC_ImagAmp;        // a, b, c a line, complex runs only
+    KivArray<char> FI_BT_Lbl;              // 'A', 'B', 'C', or 'R' for a rejected line
+    KivArray<std::int32_t> FI_AsnLn_Idx;   // line of the k-th matched assignment
+    KivArray<std::int32_t> FI_Asn_Idx;     // assignment of the k-th match
+    KivArray<std::int16_t> FI_JKK_Lbl;     // J', Ka', Kc', J'', Ka'', Kc'' a line
     KivArray<std::int32_t> FI_Erg_Idx[2];  // level indices; the upper one in ground-only runs
     KivArray<double> FI_Sim_Dev;           // Num_Dev[0] + Num_Dev[1] derivatives a line
 

@@ -2,8 +2,8 @@
 #pragma once
 
 struct KivServices {
-    void (*Wait)(int seconds);        // pause, so that a message on the console can be read
-    int (*AskChar)();                 // one character of the user's answer, EOF when there is none
+    void (*Wait)(int seconds);         // pause, so that a message on the console can be read
+    int (*AskChar)();                  // one character of the user's answer, EOF when there is none
     bool (*AskNumber)(double& value);  // one number of the user's answer, false when there is none
 };
 
