@@ -57,9 +57,8 @@ void EulerGenMat(double g[3][3], double phi, double theta, double chi) {
 
 int EulerHamRot(double T[3][3], const double g[3][3]) {
     TraceEnter("EulerHamRot");
-    const double S[3][3] = {{T[0][0], T[1][0], T[2][0]},
-                            {T[1][0], T[1][1], T[2][1]},
-                            {T[2][0], T[2][1], T[2][2]}};
+    const double S[3][3] = {
+        {T[0][0], T[1][0], T[2][0]}, {T[1][0], T[1][1], T[2][1]}, {T[2][0], T[2][1], T[2][2]}};
     double M[3][3];  // S g^T
     for (int j = 0; j < 3; ++j) {
         for (int i = 0; i < 3; ++i) {
