@@ -43,44 +43,39 @@ constexpr int kComplexPrms[] = {PRM_PY, PRM_PXPY, PRM_PYPZ, PRM_PY3, PRM_PZ2PY, 
 
 double SmallValue(int prm) { return prm <= PRM_PYPZ ? 0.3 + 0.05 * prm : 1e-3 * (prm - 7); }
 
-// Four-point difference quotient: shifts and weights of 12 * step.
-constexpr std::pair<int, double> kQuotient[] = {{-2, 1.0}, {-1, -8.0}, {1, 8.0}, {2, -1.0}};
-
-double LargestElement(int prm) {
-    double size = 0.0;
-    const SlowMatrix op = SlowOperator(Kiv.Max_J, prm, Kiv.Red_Stat == 1);
-    for (const Complex& x : op.El) size = std::max(size, std::abs(x));
-    return size;
-}
-
-// Which constants are on beside A, B, C, in which reduction.
+// Which constants are on beside A, B, C, in which reduction and frame.
 struct TermCase {
     std::string Name;
     std::vector<int> Prms;
     int Red_Stat;
     bool Complex_Run;
+    double Phi = 0.0, Theta = 0.0, Chi = 0.0;
 };
 
 void PrintTo(const TermCase& c, std::ostream* out) { *out << c.Name; }
 
+// Each constant alone, the quartic set, all together; in a tilted frame all but the cross terms.
 std::vector<TermCase> TermCases() {
+    const std::vector<int> real(std::begin(kRealPrms), std::end(kRealPrms));
+    std::vector<int> all(real), tilted;
+    all.insert(all.end(), std::begin(kComplexPrms), std::end(kComplexPrms));
+    std::copy_if(all.begin(), all.end(), std::back_inserter(tilted),
+                 [](int prm) { return prm < PRM_PXPY || prm > PRM_PYPZ; });
     std::vector<TermCase> cases;
     for (int red : {0, 1}) {
         const std::string tail = red == 1 ? "_A" : "_S";
-        for (int prm : kRealPrms) {
-            cases.push_back({KivRecord{}.Prm_Lbl[prm] + tail, {prm}, red, false});
+        for (int prm : all) {
+            const bool complex = std::count(real.begin(), real.end(), prm) == 0;
+            cases.push_back({KivRecord{}.Prm_Lbl[prm] + tail, {prm}, red, complex});
         }
-        for (int prm : kComplexPrms) {
-            cases.push_back({KivRecord{}.Prm_Lbl[prm] + tail, {prm}, red, true});
-        }
+        const std::vector<int> quartic = {PRM_DK, PRM_DJK, PRM_DJ, PRM_dK, PRM_dJ};
         cases.push_back({"rigid" + tail, {}, red, false});
         cases.push_back({"rigid_complex" + tail, {}, red, true});
-        cases.push_back({"quartic" + tail, {PRM_DK, PRM_DJK, PRM_DJ, PRM_dK, PRM_dJ}, red, false});
-        cases.push_back(
-            {"all_real" + tail, {std::begin(kRealPrms), std::end(kRealPrms)}, red, false});
-        std::vector<int> all(std::begin(kRealPrms), std::end(kRealPrms));
-        all.insert(all.end(), std::begin(kComplexPrms), std::end(kComplexPrms));
+        cases.push_back({"quartic" + tail, quartic, red, false});
+        cases.push_back({"all_real" + tail, real, red, false});
         cases.push_back({"all" + tail, all, red, true});
+        cases.push_back({"theta" + tail, quartic, red, false, 0, 25, 0});
+        cases.push_back({"three_angles" + tail, tilted, red, true, 33, 71, -12});
     }
     for (TermCase& c : cases) std::erase(c.Name, ' ');
     return cases;
@@ -88,6 +83,8 @@ std::vector<TermCase> TermCases() {
 
 class Terms : public KivTest, public testing::WithParamInterface<TermCase> {
   protected:
+    static constexpr int kNumLevels = 36;
+
     void SetUp() override {
         KivTest::SetUp();
         const TermCase& c = GetParam();
@@ -97,74 +94,78 @@ class Terms : public KivTest, public testing::WithParamInterface<TermCase> {
         SetStdRotor(ST_GND);
         for (int prm : c.Prms) SetTerm(ST_GND, prm, SmallValue(prm));
         AllocLevels();
-        ASSERT_EQ(Solve(ST_GND), 1);
+        std::copy_n(Kiv.Prm_Val[ST_GND], NUM_PRM, Upright);
+        ASSERT_EQ(SolveAgain(), 1);
     }
+
+    // From the constants before the turn.
+    int SolveAgain() {
+        const TermCase& c = GetParam();
+        std::copy_n(Upright, NUM_PRM, Kiv.Prm_Val[ST_GND]);
+        EulerGenMat(Kiv.Rot_Mat[ST_GND], c.Phi, c.Theta, c.Chi);
+        if (c.Theta != 0.0) SimTrans(ST_GND);
+        return Solve(ST_GND);
+    }
+
+    double Upright[NUM_PRM];
 };
 
 }  // namespace
 
-// Every operator against products of angular-momentum matrices and Jacobi rotations.
+// Every operator against products of angular-momentum matrices: energies by Jacobi rotations,
+// H v = E v and v* w = delta for the vectors (the program's basis is the conjugate one).
 TEST_P(Terms, GiveTheLevelsOfTheOperatorProducts) {
     for (int J = 0; J <= Kiv.Max_J; ++J) {
+        const int n = 2 * J + 1;
         const SlowLevels slow = SlowSolve(J, ST_GND);
         const auto fast = EnergiesOf(ST_GND, J);
-        for (int r = 0; r <= 2 * J; ++r) {
-            EXPECT_NEAR(fast[r], slow.Erg[r], 1e-11 * (1.0 + std::fabs(slow.Erg[2 * J])))
-                << J << " " << r;
+        for (int r = 0; r < n; ++r) {
+            EXPECT_NEAR(fast[r], slow.Erg[r], 1e-11 * (1.0 + std::fabs(slow.Erg[n - 1])));
+            const auto v = VectorOf(ST_GND, J, r);
+            for (int q = 0; q < n; ++q) {
+                const auto w = VectorOf(ST_GND, J, q);
+                Complex product = 0.0, overlap = 0.0;
+                for (int i = 0; i < n; ++i) {
+                    product += std::conj(v[i]) * w[i];
+                    overlap += v[i] * slow.Vec(i, q);  // 0 unless the energies agree
+                }
+                EXPECT_NEAR(std::abs(product), q == r ? 1.0 : 0.0, 1e-13);
+                EXPECT_LT(std::abs(overlap * (fast[r] - slow.Erg[q])), 1e-8) << r << " " << q;
+            }
         }
     }
 }
 
-// H v = E v with the independent matrix; the program's basis is the conjugate one.
-TEST_P(Terms, GiveOrthonormalEigenvectors) {
-    const int J = 5, n = 2 * J + 1;
-    SlowMatrix H(n);
-    for (int prm = 0; prm < NUM_HAM_PRM; ++prm) {
-        if (Kiv.Prm_Stat[ST_GND][prm] != 1) continue;
-        H = H + Kiv.Prm_Val[ST_GND][prm] * SlowOperator(J, prm, Kiv.Red_Stat == 1);
-    }
-    for (int r = 0; r < n; ++r) {
-        const auto v = VectorOf(ST_GND, J, r);
-        const double erg = EnergiesOf(ST_GND, J)[r];
-        for (int i = 0; i < n; ++i) {
-            Complex sum = 0.0;
-            for (int j = 0; j < n; ++j) sum += H(i, j) * std::conj(v[j]);
-            EXPECT_LT(std::abs(sum - erg * std::conj(v[i])), 1e-8) << r << " " << i;
-        }
-        for (int q = 0; q <= r; ++q) {
-            const auto w = VectorOf(ST_GND, J, q);
-            Complex product = 0.0;
-            for (int i = 0; i < n; ++i) product += std::conj(v[i]) * w[i];
-            EXPECT_NEAR(std::abs(product), q == r ? 1.0 : 0.0, 1e-13);
-        }
-    }
-}
-
-// Four-point quotients; the step is small against the level spacing for operators of any order.
+// Four-point quotients, with a step that is small against the level spacing for operators of any
+// order; A, B, C with respect to the values before the turn.
 TEST_P(Terms, GiveDerivativesEqualToDifferenceQuotients) {
+    constexpr std::pair<int, double> kQuotient[] = {{-2, 1.0}, {-1, -8.0}, {1, 8.0}, {2, -1.0}};
     const int num_dev = Kiv.Num_Dev[ST_GND];
     const KivArray<double> dev = std::move(Kiv.HamDev_Vector[ST_GND]);
-    ArrAlloc(Kiv.HamDev_Vector[ST_GND], 36 * num_dev);
+    ArrAlloc(Kiv.HamDev_Vector[ST_GND], kNumLevels * num_dev);
     int slot = 0;
     for (int prm = 0; prm < NUM_HAM_PRM; ++prm) {
         if (Kiv.Prm_Stat[ST_GND][prm] != 1) continue;
-        const double size = LargestElement(prm);
-        const double value = Kiv.Prm_Val[ST_GND][prm], step = 1e-3 / size;
-        std::vector<double> quotient(36, 0.0);
+        double size = 0.0;  // largest element of the operator
+        const SlowMatrix op = SlowOperator(Kiv.Max_J, prm, Kiv.Red_Stat == 1);
+        for (const Complex& x : op.El) size = std::max(size, std::abs(x));
+        const double value = Upright[prm], step = 1e-3 / size;
+        std::vector<double> quotient(kNumLevels, 0.0);
         for (const auto& [shift, weight] : kQuotient) {
-            Kiv.Prm_Val[ST_GND][prm] = value + shift * step;
-            ASSERT_EQ(Solve(ST_GND), 1);
-            for (int level = 0; level < 36; ++level) {
+            Upright[prm] = value + shift * step;
+            ASSERT_EQ(SolveAgain(), 1);
+            for (int level = 0; level < kNumLevels; ++level) {
                 quotient[level] += weight * Kiv.HamErg_Vector[ST_GND][level] / (12 * step);
             }
         }
-        Kiv.Prm_Val[ST_GND][prm] = value;
-        for (int level = 0; level < 36; ++level) {
+        Upright[prm] = value;
+        for (int level = 0; level < kNumLevels; ++level) {
             EXPECT_NEAR(dev[level * num_dev + slot], quotient[level], 1e-7 * size)
                 << Kiv.Prm_Lbl[prm] << " level " << level;
         }
         ++slot;
     }
+    EXPECT_EQ(slot, num_dev);
 }
 
 INSTANTIATE_TEST_SUITE_P(, Terms, testing::ValuesIn(TermCases()),
@@ -294,89 +295,23 @@ TEST_F(Levels, ChooseTheReductionByState) {
     EXPECT_EQ(solve(7, ST_EXC), s);
 }
 
-// Turning the frame changes no energy, and the back rotation gives dE/dA, dE/dB, dE/dC with
-// respect to the constants before the turn.
+// Turning the frame changes no energy.
 TEST_F(Levels, OfATiltedStateAreThoseOfTheUprightOne) {
-    struct Tilt {
-        double Phi, Theta, Chi;
-    };
-    for (const Tilt tilt : {Tilt{0, 25, 0}, Tilt{33, 71, -12}}) {
+    for (double phi : {0.0, 33.0}) {
         Kiv = KivRecord{};
         Kiv.Max_J = 6;
         SetStdRotor(ST_GND);
         AllocLevels();
         ASSERT_EQ(RHamSoln(ST_GND), 1);
-        std::vector<double> erg, dev;
-        for (int level = 0; level < 49; ++level) {
-            erg.push_back(Kiv.HamErg_Vector[ST_GND][level]);
-            for (int i = 0; i < 3; ++i) dev.push_back(Kiv.HamDev_Vector[ST_GND][3 * level + i]);
-        }
-        EulerGenMat(Kiv.Rot_Mat[ST_GND], tilt.Phi, tilt.Theta, tilt.Chi);
+        const std::vector<double> upright(&Kiv.HamErg_Vector[ST_GND][0],
+                                          &Kiv.HamErg_Vector[ST_GND][0] + 49);
+        EulerGenMat(Kiv.Rot_Mat[ST_GND], phi, 71, -phi);
         SimTrans(ST_GND);
-        EXPECT_EQ(Kiv.Cplx_Ham, tilt.Phi != 0.0 ? 1 : 0);
+        EXPECT_EQ(Kiv.Cplx_Ham, phi != 0.0 ? 1 : 0);
         ASSERT_EQ(Solve(ST_GND), 1);
         for (int level = 0; level < 49; ++level) {
-            EXPECT_NEAR(Kiv.HamErg_Vector[ST_GND][level], erg[level], 1e-9);
-            for (int i = 0; i < 3; ++i) {
-                EXPECT_NEAR(Kiv.HamDev_Vector[ST_GND][3 * level + i], dev[3 * level + i], 1e-6);
-            }
+            EXPECT_NEAR(Kiv.HamErg_Vector[ST_GND][level], upright[level], 1e-9);
         }
-    }
-}
-
-// The same for every constant of a tilted state, in both reductions: A, B, C before the turn, the
-// others in the tilted axes. Cross terms belong to the turn there.
-TEST_F(Levels, OfATiltedStateHaveDerivativesEqualToDifferenceQuotients) {
-    struct Tilt {
-        double Phi, Theta, Chi;
-        int Red_Stat;
-    };
-    const auto solve = [](const Tilt& tilt, const double* constants) {
-        std::copy_n(constants, NUM_PRM, Kiv.Prm_Val[ST_GND]);
-        EulerGenMat(Kiv.Rot_Mat[ST_GND], tilt.Phi, tilt.Theta, tilt.Chi);
-        SimTrans(ST_GND);
-        return Solve(ST_GND);
-    };
-    for (const Tilt& tilt :
-         {Tilt{0, 25, 0, 0}, Tilt{0, 25, 0, 1}, Tilt{33, 71, -12, 0}, Tilt{33, 71, -12, 1}}) {
-        Kiv = KivRecord{};
-        Kiv.Max_J = 5;
-        Kiv.Red_Stat = tilt.Red_Stat;
-        Kiv.Cplx_Ham = tilt.Phi != 0.0 ? 1 : 0;
-        SetStdRotor(ST_GND);
-        for (int prm : kRealPrms) {
-            if (prm != PRM_PXPZ) SetTerm(ST_GND, prm, SmallValue(prm));
-        }
-        for (int prm : {PRM_PY, PRM_PY3, PRM_PZ2PY, PRM_PY2PZ}) {
-            if (Kiv.Cplx_Ham == 1) SetTerm(ST_GND, prm, SmallValue(prm));
-        }
-        AllocLevels();
-        double constants[NUM_PRM];
-        std::copy_n(Kiv.Prm_Val[ST_GND], NUM_PRM, constants);
-        ASSERT_EQ(solve(tilt, constants), 1);
-        const int num_dev = Kiv.Num_Dev[ST_GND];
-        const KivArray<double> dev = std::move(Kiv.HamDev_Vector[ST_GND]);
-        ArrAlloc(Kiv.HamDev_Vector[ST_GND], 36 * num_dev);
-        int slot = 0;
-        for (int prm = 0; prm < NUM_HAM_PRM; ++prm) {
-            if (Kiv.Prm_Stat[ST_GND][prm] != 1) continue;
-            const double size = LargestElement(prm), step = 1e-3 / size, value = constants[prm];
-            std::vector<double> quotient(36, 0.0);
-            for (const auto& [shift, weight] : kQuotient) {
-                constants[prm] = value + shift * step;
-                ASSERT_EQ(solve(tilt, constants), 1);
-                for (int level = 0; level < 36; ++level) {
-                    quotient[level] += weight * Kiv.HamErg_Vector[ST_GND][level] / (12 * step);
-                }
-            }
-            constants[prm] = value;
-            for (int level = 0; level < 36; ++level) {
-                EXPECT_NEAR(dev[level * num_dev + slot], quotient[level], 1e-7 * size)
-                    << Kiv.Prm_Lbl[prm] << " level " << level << " phi " << tilt.Phi;
-            }
-            ++slot;
-        }
-        EXPECT_EQ(slot, num_dev);
     }
 }
 

@@ -162,7 +162,8 @@ SlowLevels SlowDiagonalise(const SlowMatrix& H) {
 SlowLevels SlowSolve(int J, int state) {
     SlowMatrix H(2 * J + 1);
     for (int prm = 0; prm < NUM_HAM_PRM; ++prm) {
-        if (Kiv.Prm_Stat[state][prm] != 1 && prm > PRM_C) continue;
+        const bool on = prm <= PRM_C || Kiv.Prm_Stat[state][prm] == 1;
+        if (!on && Kiv.XTerm_Flag[state][prm] != 1) continue;
         H = H + Kiv.Prm_Val[state][prm] * SlowOperator(J, prm, IsAReduction(Kiv, state));
     }
     return SlowDiagonalise(H);
