@@ -4,7 +4,9 @@
     tools/make_examples.py [FOLDER]      FOLDER defaults to examples/ of this checkout
 
 Python 3, standard library alone. The input files have the layout, to the byte, of the program's
-own next-input file, so that a run with no fit cycle writes its input file back unchanged. The
+own next-input file, so that a run with no fit cycle writes its input file back unchanged; only the
+constants of H2COH+ stand there with all their published digits, of which the program writes eleven.
+The
 measured lines come from tools/measured/*.csv (upper J Ka Kc, lower J Ka Kc, frequency,
 uncertainty); their sources stand in the first line of each. The README files of the examples are
 written by hand.
@@ -38,7 +40,9 @@ def short_line(values):
 
 
 def constant_line(values):
-    return columns(["%-19.10e"] * (len(values) - 1) + ["%.10e"], values)
+    """Eleven digits, as the program writes them, or all digits of a constant that has more."""
+    texts = ["%.10e" % v if float("%.10e" % v) == v else repr(v) for v in values]
+    return columns(["%-19s"] * (len(values) - 1) + ["%s"], texts)
 
 
 def state_block(run, state):
@@ -131,15 +135,12 @@ SO2 = {  # P. Helminger, F. C. De Lucia, J. Mol. Spectrosc. 111, 66 (1985), quar
     "DJ": 0.0066610013, "DJK": -0.1169588, "DK": 2.5904328,
     "dJ": 0.001701045, "dK": 0.0253531,
 }
-# Cologne Database for Molecular Spectroscopy, entry H2COH+: 197581.5594329546, 34350.54739588455,
-# 29172.6542525329, 0.05534126336114131, 0.6291980947077179, 6.464408205562103,
-# -0.009531001642388043, -0.001933016057371318. An input file holds eleven digits; rounded one by
-# one they would move lines by up to 0.00013 MHz. So A, B, C are rounded and the others readjusted
-# (J. K. G. Watson, J. Mol. Spectrosc. 66, 500 (1977)), which leaves 0.00004 MHz.
+# Cologne Database for Molecular Spectroscopy, entry H2COH+. Eleven digits would not do: rounded so,
+# they move lines to J 25 by up to 0.00018 MHz.
 H2COH_PLUS = {
-    "A": 197581.55943, "B": 34350.547395, "C": 29172.654252,
-    "DJ": 0.055341262607, "DJK": 0.62919809330, "DK": 6.4644081959,
-    "dJ": -0.0095310014490, "dK": -0.0019330160761,
+    "A": 197581.5594329546, "B": 34350.54739588455, "C": 29172.6542525329,
+    "DJ": 0.05534126336114131, "DJK": 0.6291980947077179, "DK": 6.464408205562103,
+    "dJ": -0.009531001642388043, "dK": -0.001933016057371318,
 }
 AZAINDOLE_S0 = {"A": 3921.884936, "B": 1701.921784, "C": 1190.176058}  # Laser Chem. 15, 167 (1995)
 AZAINDOLE_S1 = {"A": 3737.812366, "B": 1701.382158, "C": 1172.488303}
@@ -149,7 +150,7 @@ SO2_MOMENT = 1.633189  # debye, along b
 
 def rough(constants):
     """Start values of a fit: A, B, C too large by 0.1 %, no distortion."""
-    return {n: 1.001 * v if n in "ABC" else 0.0 for n, v in constants.items()}
+    return {n: float("%.10e" % (1.001 * v)) if n in "ABC" else 0.0 for n, v in constants.items()}
 
 
 SO2_RUN = {

@@ -13,6 +13,7 @@ namespace fs = std::filesystem;
 struct ExampleCase {
     const char* Folder;
     const char* Base;
+    bool Canonical;  // as the program writes it; otherwise with more digits
 };
 void PrintTo(const ExampleCase& c, std::ostream* out) { *out << c.Folder; }
 
@@ -23,6 +24,7 @@ TEST_P(Examples, ARunOnItsNextInputFileRepeatsEveryByte) {
     const char* kResults[] = {".in", ".asc", ".QZS"};
     CopyExample(GetParam().Folder);
     const std::string shipped = ReadText(base + ".in");
+    if (!GetParam().Canonical) RunProgram(base + ".in");
 
     RunProgram(base + ".in");
     std::string first[3];
@@ -30,7 +32,7 @@ TEST_P(Examples, ARunOnItsNextInputFileRepeatsEveryByte) {
         first[i] = ReadText(base + kResults[i]);
         ASSERT_FALSE(first[i].empty()) << kResults[i];
     }
-    EXPECT_EQ(first[0], shipped) << "the shipped input file is not in the written layout";
+    EXPECT_EQ(first[0] == shipped, GetParam().Canonical);
     fs::remove(base + ".asc");
     fs::remove(base + ".QZS");
 
@@ -40,8 +42,9 @@ TEST_P(Examples, ARunOnItsNextInputFileRepeatsEveryByte) {
     }
 }
 
-const ExampleCase kExamples[] = {
-    {"so2", "so2"}, {"h2coh_plus", "h2coh_plus"}, {"7-azaindole", "7-azaindole"}};
+const ExampleCase kExamples[] = {{"so2", "so2", true},
+                                 {"h2coh_plus", "h2coh_plus", false},
+                                 {"7-azaindole", "7-azaindole", true}};
 INSTANTIATE_TEST_SUITE_P(, Examples, testing::ValuesIn(kExamples), [](const auto& c) {
     return std::string(c.param.Folder[0] == '7' ? "azaindole" : c.param.Folder);
 });
