@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "run/KivTrace.h"
+#include "run/Simd.h"
 
 namespace {
 
@@ -42,9 +43,7 @@ double ExpectOp(const HamOp& op, const BlockVector& v, const double* re, const d
     double sum = 0.0;
     for (int b = op.Imag ? 1 : 0; b <= op.Width && b < v.N; ++b) {
         const double* band = op.Band[b] + v.First;
-        const double* p = products + b * v.N;
-        double part = 0.0;
-        for (int m = 0; m + b < v.N; ++m) part += p[m] * band[m];
+        const double part = DotProduct(products + b * v.N, band, v.N - b);
         sum += b == 0 ? part : 2.0 * part;
     }
     return op.Imag ? -sum : sum;

@@ -64,7 +64,9 @@ double FoldScale(const SymBlock& block, int K1, int K2) {
 // Adds the elements <K+dk|Op|K> = factor[K+J] of one block to the bands of `op`, where `first` is
 // the place of the block's first function.
 void FoldTerm(const SymBlock& block, int first, int J, int dk, const double* factor, HamOp& op) {
-    for (int K = -J; K <= J - dk; ++K) {
+    if (dk % block.Step != 0) return;  // leads to another block
+    const int start = (J + block.K0) % block.Step == 0 ? -J : 1 - J;
+    for (int K = start; K <= J - dk; K += block.Step) {
         const int low = block.Index(K);
         const int high = block.Index(K + dk);
         if (low < 0 || high < 0) continue;

@@ -25,3 +25,27 @@ using Vec4 = double __attribute__((vector_size(32)));
 
 KIV_INLINE void LoadVec(Vec4& v, const double* p) { std::memcpy(&v, p, sizeof v); }
 KIV_INLINE void StoreVec(double* p, const Vec4& v) { std::memcpy(p, &v, sizeof v); }
+
+/// Sum of the eight lanes of two partial sums, in a fixed order.
+KIV_INLINE double SumLanes(const Vec4& a, const Vec4& b) {
+    const Vec4 sum = a + b;
+    return (sum[0] + sum[2]) + (sum[1] + sum[3]);
+}
+
+/// Dot product of n doubles: eight partial sums, then the last n modulo 8 one by one.
+KIV_INLINE double DotProduct(const double* a, const double* b, int n) {
+    Vec4 even = {}, odd = {};
+    int i = 0;
+    for (; i + 8 <= n; i += 8) {
+        Vec4 x, y;
+        LoadVec(x, a + i);
+        LoadVec(y, b + i);
+        even += x * y;
+        LoadVec(x, a + i + 4);
+        LoadVec(y, b + i + 4);
+        odd += x * y;
+    }
+    double tail = 0.0;
+    for (; i < n; ++i) tail += a[i] * b[i];
+    return SumLanes(even, odd) + tail;
+}

@@ -17,25 +17,6 @@ constexpr int kPad = 3;
 
 int RoundUp(int n) { return (n + kDotStep - 1) / kDotStep * kDotStep; }
 
-KIV_INLINE double SumLanes(const Vec4& a, const Vec4& b) {
-    const Vec4 sum = a + b;
-    return (sum[0] + sum[2]) + (sum[1] + sum[3]);
-}
-
-KIV_INLINE double Dot(const double* a, const double* b, int n) {
-    Vec4 even = {}, odd = {};
-    for (int i = 0; i < n; i += kDotStep) {
-        Vec4 x, y;
-        LoadVec(x, a + i);
-        LoadVec(y, b + i);
-        even += x * y;
-        LoadVec(x, a + i + 4);
-        LoadVec(y, b + i + 4);
-        odd += x * y;
-    }
-    return SumLanes(even, odd);
-}
-
 struct DotRows {
     const double* Weights;
     const double* Rows;
@@ -47,7 +28,7 @@ struct DotRows {
 KIV_INLINE void DotRowsBody(const DotRows& d) {
     const double* row = d.Rows;
     for (const std::int32_t rank : d.Ranks) {
-        d.Out[rank] = Dot(d.Weights, row, d.Stride);
+        d.Out[rank] = DotProduct(d.Weights, row, d.Stride);
         row += d.Stride;
     }
 }
