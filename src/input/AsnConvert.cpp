@@ -63,14 +63,18 @@ bool ConvertText(std::FILE* out, TextScan text, double scale) {
     return true;
 }
 
+int FailToWrite(const char* name) {
+    return ConFail("FAILED TO CREATE ASCII FILE [%s] FOR WRITING!\n", name);
+}
+
 int WriteConverted(const char* name, TextScan text, double scale) {
     std::FILE* const out = std::fopen(kTempName, "w");
-    if (!out) return 0;
+    if (!out) return FailToWrite(kTempName);
     const bool converted = ConvertText(out, text, scale);
     const bool written = std::fflush(out) == 0 && std::ferror(out) == 0;
     const bool closed = std::fclose(out) == 0;
     if (!converted) return ConFail("FORMAT ERROR IN ASSIGNMENT FILE [%s]!", name);
-    return written && closed ? 1 : 0;
+    return written && closed ? 1 : FailToWrite(kTempName);
 }
 
 }  // namespace
@@ -86,5 +90,5 @@ int AsnConvert(const char* name) {
     TempName mark;
     mark.Set(kTempName);
     if (!WriteConverted(name, text, scale)) return 0;
-    return ReplaceFile(kTempName, name) ? 1 : 0;
+    return ReplaceFile(kTempName, name) ? 1 : FailToWrite(name);
 }

@@ -1,6 +1,7 @@
 #include "output/WholeFile.h"
 
 #include <fcntl.h>
+#include <limits.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,10 +21,8 @@ int OpenNew(const std::string& name, int how) {
 }
 
 std::string ResolveLinks(const std::string& name) {
-    char* real = realpath(name.c_str(), nullptr);
-    std::string resolved = real ? real : name;
-    std::free(real);
-    return resolved;
+    char real[PATH_MAX];
+    return realpath(name.c_str(), real) ? real : name;
 }
 
 // The owner can only be kept by the superuser; others own the old file or may not.

@@ -8,36 +8,12 @@
 
 #include "run/KivCore.h"
 #include "run/KivRecord.h"
+#include "support/InputText.h"
 #include "support/KivTest.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-// A complete input file with a word in place of some of its records.
-struct InputText {
-    std::string Version = "v5.6";
-    std::string Constants = "9 5 3";  // of both states
-    std::string Range = "1 2 0.0";
-    std::string Unit = "MHz";
-    std::string Cycles = "0 1 500.0";
-    std::string Parity = "N E O";
-    std::string Debug = "0 0 0 0 0 0";
-
-    std::string Text() const {
-        std::string block = Constants + "\n0 0 0\n0 0 0\n";
-        for (int size : {3, 3, 3, 2, 3, 2, 3}) {
-            for (int record = 0; record < 3; ++record) {
-                for (int i = 0; i < size; ++i) block += "0 ";
-                block += "\n";
-            }
-        }
-        return "#\n# KIV INPUT FILE : VERSION " + Version + "\ntitle\nrun run.asn next.in\n" +
-               block + block + "100.0\n0\n1 1\n" + Range + "\n1 1 1 1\n1 0\n20 30 50\n0 0 0 " +
-               Unit + "\n" + Cycles + "\n-1 -1\n0 -1\n0 -1\n" + Parity + "\n0 1 1 599.504\n" +
-               Debug + "\n";
-    }
-};
 
 class Program : public KivTest {
   protected:
@@ -251,26 +227,6 @@ TEST_F(Program, RunsWithoutALogThatCannotBeCreated) {
     EXPECT_EQ(got.Console, std::string(kRead) + kPhase0 +
                                "FAILED TO CREATE ASCII LOG FILE run.log FOR WRITING!\n");
     EXPECT_TRUE(fs::exists("run.asc"));
-}
-
-// Whatever request for memory is refused, the run ends in order and earlier results stay.
-TEST_F(Program, SurvivesEveryRefusedRequest) {
-    const std::string text = InputText().Text();
-    int refused = 0;
-    for (;; ++refused) {
-        ASSERT_LT(refused, 1000);
-        Kiv = KivRecord{};
-        WriteText("run.QZS", "earlier");
-        WriteText("run.in", "earlier");
-        ArrRefuse(refused);
-        const Output got = RunText(text);
-        ArrRefuse(-1);
-        ASSERT_LE(got.Status, 1);
-        if (got.Pauses.empty()) break;
-        EXPECT_EQ(ReadText("run.in"), "earlier") << refused;
-    }
-    EXPECT_GT(refused, 40);
-    EXPECT_NE(ReadText("run.QZS"), "earlier");
 }
 
 }  // namespace
