@@ -183,16 +183,19 @@ TEST_F(Transitions, GiveTheReferenceLines) {
     }
 }
 
+// Real states with all, one and no symmetry and complex states, with moments of many sign patterns.
 TEST_F(Transitions, HaveTheStrengthsOfThe3jSymbols) {
-    // a moment in each of the eight octants of signs, real states with and without symmetry
     const std::vector<std::vector<int>> term_sets = {
-        {}, {PRM_PZ}, {PRM_PX}, {PRM_PXPZ}, {PRM_PZ, PRM_PX3}};
-    for (const auto& terms : term_sets) {
-        for (int signs = 0; signs < 8; signs += terms.empty() ? 7 : 3) {
+        {},         {PRM_PZ},          {PRM_PX},
+        {PRM_PXPZ}, {PRM_PZ, PRM_PX3}, {PRM_PXPY},
+        {PRM_PY},   {PRM_PYPZ},        {PRM_PX, PRM_PY, PRM_PZ, PRM_PXPY, PRM_PZ2PY, PRM_PY3}};
+    for (std::size_t set = 0; set < term_sets.size(); ++set) {
+        for (int signs = static_cast<int>(set) % 3; signs < 8; signs += 3) {
             Kiv = KivRecord{};
-            SetTwoStates(4);
+            SetTwoStates(3);
+            Kiv.Cplx_Ham = set < 5 ? 0 : 1;
             for (int state : {ST_GND, ST_EXC}) {
-                for (int prm : terms) SetTerm(state, prm, 0.4 - 0.1 * state);
+                for (int prm : term_sets[set]) SetTerm(state, prm, 0.4 - 0.1 * state);
             }
             double moment[3];
             for (int i = 0; i < 3; ++i) {
@@ -204,24 +207,6 @@ TEST_F(Transitions, HaveTheStrengthsOfThe3jSymbols) {
             ASSERT_EQ(Ham2Trs(), 1);
             ExpectSlowStrengths(moment);
         }
-    }
-}
-
-TEST_F(Transitions, HaveTheStrengthsOfThe3jSymbolsInComplexStates) {
-    const std::vector<std::vector<int>> term_sets = {
-        {PRM_PXPY}, {PRM_PY}, {PRM_PYPZ}, {PRM_PX, PRM_PY, PRM_PZ, PRM_PXPY, PRM_PZ2PY, PRM_PY3}};
-    for (const auto& terms : term_sets) {
-        Kiv = KivRecord{};
-        SetTwoStates(3);
-        Kiv.Cplx_Ham = 1;
-        for (int state : {ST_GND, ST_EXC}) {
-            for (int prm : terms) SetTerm(state, prm, 0.5 - 0.2 * state);
-        }
-        const double moment[3] = {std::sqrt(0.2), -std::sqrt(0.3), std::sqrt(0.5)};
-        Kiv.TM_Pct[1] = -30;
-        ASSERT_TRUE(AllocRun());
-        ASSERT_EQ(Ham2Trs(), 1);
-        ExpectSlowStrengths(moment);
     }
 }
 
