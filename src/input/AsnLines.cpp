@@ -112,6 +112,8 @@ void ReportBeyond(std::string_view line) {
             LineText(line).Text);
 }
 
+void ReportEarlyEnd() { BothPut("PREMATURE EOF IN ASSIGNMENT FILE [%s]\n", Kiv.Asn_Flnm); }
+
 // First pass over a set: counts and reports. Separators in front of the first line are skipped.
 SetCount CountSet(TextLines& lines, const AsnLimits& limits) {
     const bool debug = DebugIsOn(DBG_0);
@@ -135,6 +137,7 @@ SetCount CountSet(TextLines& lines, const AsnLimits& limits) {
                    static_cast<long>(count.Accepted), LineText(text).Text);
         }
     }
+    if (count.Lines > 0 && lines.Broken()) ReportEarlyEnd();
     return count;
 }
 
@@ -208,7 +211,7 @@ std::int32_t StoreSet(TextLines& lines, const AsnLimits& limits, const SetCount&
     std::string_view text;
     for (std::int32_t num = 0; num < count.Lines;) {
         if (!NextWritten(lines, limits, kind, line, text)) {
-            BothPut("PREMATURE EOF IN ASSIGNMENT FILE [%s]\n", Kiv.Asn_Flnm);
+            ReportEarlyEnd();
             break;
         }
         if (num == 0 && kind == LineKind::Separator) continue;

@@ -25,7 +25,8 @@ struct CloseFile {
 int LoadInput(const KivRecord& kiv, KivArray<char>& block) {
     const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(kiv.Inp_Flnm.c_str(), "rb"));
     bool broken = false;
-    if (file && LoadText(file.get(), kMaxInputText, block, broken) == 1) return 1;
+    const bool loaded = file && LoadText(file.get(), kMaxInputText, block, broken) == 1;
+    if (loaded && (!broken || block.Num == 0)) return 1;  // a folder reads as an empty file
     return ConFail("FAILED TO OPEN KIV INPUT FILE [%s] FOR READING!\n", kiv.Inp_Flnm.c_str());
 }
 

@@ -68,6 +68,9 @@ class TextLines {
     /// Gives the next line, valid until the next call; false at the end of the file.
     bool Next(std::string_view& line);
 
+    /// True when the file ended because it could not be read further.
+    bool Broken() const { return std::ferror(File) != 0; }
+
     /// Starts again at the first line; a file that cannot be rewound stays at its end.
     void Rewind();
 

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "InputTest.h"
+#include "input/TextScan.h"
 #include "run/KivKey.h"
 
 namespace {
@@ -322,6 +323,27 @@ TEST_F(AsnLines, ForeignBytesDoNoHarm) {
         noise += "0123456789 .-+eEdDxX\n\n\r\t\0AB"[random() % 27];
     }
     ASSERT_EQ(ReadAsn(noise), 1);
+}
+
+// A disk that fails in the middle of a file is no end of the file.
+TEST_F(AsnLines, BrokenReadIsNoticed) {
+    const auto read = [](void* left, char* to, std::size_t size) -> ssize_t {
+        std::size_t& bytes = *static_cast<std::size_t*>(left);
+        const std::size_t n = std::min(size, bytes);
+        std::memset(to, '\n', n);
+        bytes -= n;
+        return n > 0 ? static_cast<ssize_t>(n) : -1;
+    };
+    std::size_t left = 100000;
+    std::FILE* const file = fopencookie(&left, "r", {read, nullptr, nullptr, nullptr});
+    ASSERT_NE(file, nullptr);
+    TextLines lines(file);
+    std::string_view line;
+    int num = 0;
+    while (lines.Next(line)) ++num;
+    EXPECT_EQ(num, 100000);
+    EXPECT_TRUE(lines.Broken());
+    std::fclose(file);
 }
 
 // A pipe cannot be read twice.
