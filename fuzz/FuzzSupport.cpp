@@ -59,15 +59,13 @@ void EndFuzz() {
     Kiv = KivRecord{};
 }
 
-void RunSmall(const char* asn_name) {
+void RunSmall(const char* asn_name, bool scan) {
     std::strcpy(Kiv.Out_Base, "fuzz");
     std::strcpy(Kiv.Asn_Flnm, asn_name);
     if (Kiv.Max_J >= 0) Kiv.Max_J %= kMaxJ + 1;
+    if (Kiv.LS_Cycles < 0 || scan) Kiv.LS_Cycles = scan ? -1 : 1;
+    if (scan) Kiv.Max_J = std::min(Kiv.Max_J, 1);
     if (Kiv.LS_Cycles > kMaxCycles) Kiv.LS_Cycles = kMaxCycles;
-    if (Kiv.LS_Cycles < 0) {  // a scan is 360 fits
-        Kiv.LS_Cycles = -1;
-        Kiv.Max_J = std::min(Kiv.Max_J, 1);
-    }
     Kiv.Trs_Max_Lines = kFirstLines;
     Kiv.Log_On = 1;
     KivPhaseLog(PHASE_INPUT, 0);

@@ -17,8 +17,9 @@ void EndFuzz();
 void Require(bool holds, const char* what);
 
 /// Runs the record as the program does, with few levels, cycles and names in the working folder,
-/// and checks that the run ends in order. `asn_name`: the assignment file.
-void RunSmall(const char* asn_name);
+/// and checks that the run ends in order. `asn_name`: the assignment file. A scan is 360 fits, so
+/// it is only run where it is wanted, and as a fit otherwise.
+void RunSmall(const char* asn_name, bool scan);
 
 /// A file in memory that can be opened by its name.
 class MemFile {

@@ -10,6 +10,12 @@
 
 namespace {
 
+#ifdef KIV_FUZZ_SCAN
+constexpr bool kScan = true;
+#else
+constexpr bool kScan = false;
+#endif
+
 std::int32_t Switch(ByteSource& bytes) {
     constexpr std::int32_t kSwitches[] = {0, 1, 1, 0, 2, 65535};
     return kSwitches[bytes.Upto(5)];
@@ -43,7 +49,7 @@ void SetSwitches(ByteSource& bytes) {
     Kiv.Fit_Stat = static_cast<std::int16_t>(bytes.Upto(7) - 1);
     Kiv.Gnd_Only = Kiv.Fit_Stat == 0 ? 1 : 0;
     Kiv.Red_Stat = bytes.Upto(4);
-    Kiv.LS_Cycles = static_cast<std::int16_t>(bytes.Byte() < 255 ? bytes.Upto(3) : -1);
+    Kiv.LS_Cycles = static_cast<std::int16_t>(bytes.Upto(3));
     Kiv.Uniform_Unc = bytes.Upto(2);
     Kiv.Rej_Level = bytes.Real();
     Kiv.Delta_K_Order = bytes.Int32();
@@ -99,7 +105,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     SetConstants(bytes);
     SetMoment(bytes);
     lines.Set(MakeLines(bytes));
-    RunSmall(lines.Name());
+    RunSmall(lines.Name(), kScan);
     EndFuzz();
     return 0;
 }

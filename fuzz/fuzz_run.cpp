@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     input.Set(all.substr(0, end));
     lines.Set(all.substr(std::min(end + 1, all.size())));
     Kiv.Inp_Flnm = input.Name();
-    if (KivReadInputParm(Kiv) == 1) RunSmall(lines.Name());
+    if (KivReadInputParm(Kiv) == 1) RunSmall(lines.Name(), false);
     EndFuzz();
     return 0;
 }
