@@ -37,8 +37,8 @@ class NextInput : public InputTest {
 
 // The examples were written by another program to the same layout: no byte may differ.
 TEST_F(NextInput, ReproducesTheExamples) {
-    for (const char* name : {"so2/so2.in", "so2/fit.in", "h2coh_plus/h2coh_plus.in",
-                             "h2coh_plus/fit.in", "7-azaindole/7-azaindole.in"}) {
+    for (const char* name :
+         {"so2/so2.in", "so2/fit.in", "h2coh_plus/fit.in", "7-azaindole/7-azaindole.in"}) {
         const std::string text = ReadText(std::string(KIV_SOURCE_DIR) + "/examples/" + name);
         ASSERT_FALSE(text.empty()) << name;
         ASSERT_EQ(Read(text), 1) << name;
