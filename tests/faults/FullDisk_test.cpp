@@ -53,6 +53,7 @@ TEST_P(FullDisk, EndsTheRunWithTheNameOfTheFile) {
         ASSERT_FALSE(HasFailure()) << "limit " << limit;
     }
     EXPECT_GT(failed, 3);
+    RecordProperty("full_disks", failed);
 }
 
 INSTANTIATE_TEST_SUITE_P(, FullDisk, testing::ValuesIn(FaultTest::AllKinds()),

@@ -82,6 +82,7 @@ TEST_P(RefusedMemory, EndsTheRunInOrder) {
         ASSERT_FALSE(HasFailure()) << "request " << refused;
     }
     EXPECT_GT(sweeps, 40);
+    RecordProperty("refused", static_cast<int>(sweeps));
 }
 
 // The standard library reports by an exception; it may not leave the program.
@@ -108,6 +109,7 @@ TEST_P(RefusedMemory, OfNamesEndsTheRunInOrder) {
         ASSERT_FALSE(HasFailure()) << "request " << refused;
     }
     EXPECT_GT(refused, 2);
+    RecordProperty("refused", static_cast<int>(refused));
 }
 
 INSTANTIATE_TEST_SUITE_P(, RefusedMemory, testing::ValuesIn(FaultTest::AllKinds()),
@@ -141,7 +143,7 @@ TEST_F(LargeRun, BeyondEveryMachineIsRefusedAtOnce) {
         Prepare(kind);
         std::string console;
         EXPECT_EQ(RunHere(kind, console), 0);
-        EXPECT_NE(console.find("KivCoreAlloc()/HamErg"), std::string::npos) << console;
+        EXPECT_NE(console.find("KivCoreAlloc()/"), std::string::npos) << console;
         EXPECT_NE(console.find(" - CORE ALLOCATION ERROR!\n"), std::string::npos) << console;
     }
 }
