@@ -71,7 +71,7 @@ TEST_P(BrokenOff, CrashLeavesEveryFileWhole) {
         ExpectWhole(before, after, {".tmp", "TEMP.TMP"});
         ASSERT_FALSE(HasFailure()) << "system call " << number;
     }
-    EXPECT_EQ(Results(), after) << "the last run was not ended";
+    EXPECT_EQ(Changes(after), "") << "the last run was not ended";
     EXPECT_GT(number, 40);
     RecordProperty("calls", number - 1);
 }

@@ -139,6 +139,18 @@ FaultTest::Files FaultTest::Results() {
     return files;
 }
 
+std::string FaultTest::Changes(const Files& files) {
+    const Files now = Results();
+    std::string names;
+    for (const auto& [name, text] : files) {
+        if (!now.contains(name) || now.at(name) != text) names += name + " ";
+    }
+    for (const auto& [name, text] : now) {
+        if (!files.contains(name)) names += name + " ";
+    }
+    return names;
+}
+
 void FaultTest::ExpectWhole(const Files& before, const Files& after,
                             std::initializer_list<const char*> spare) {
     const auto is = [](const Files& files, const auto& file) {

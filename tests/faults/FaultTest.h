@@ -60,6 +60,9 @@ class FaultTest : public KivTest {
     /// All files of the working folder but the logs.
     static Files Results();
 
+    /// Names of the results that are not as in `files`, or are only here or there.
+    static std::string Changes(const Files& files);
+
     /// Every result is that of `before` or that of `after`, and there is no other file but one
     /// whose name ends as one of `spare`.
     static void ExpectWhole(const Files& before, const Files& after,

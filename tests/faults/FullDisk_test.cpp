@@ -44,7 +44,7 @@ TEST_P(FullDisk, EndsTheRunWithTheNameOfTheFile) {
         ASSERT_TRUE(WIFEXITED(ended.Status)) << limit;
         ExpectWhole(before, after, {"KivScan.txt", "TEMP.TMP"});
         EXPECT_FALSE(fs::exists("run.in.tmp") || fs::exists("run.QZS.tmp"));
-        if (Results() == after) continue;
+        if (Changes(after).empty()) continue;
         ++failed;
         const bool refused = ended.Console.find("ERROR ON INPUT FILE") != std::string::npos;
         EXPECT_TRUE(refused || Told(ended).find("FAILED TO CREATE") != std::string::npos)
@@ -74,7 +74,7 @@ TEST_F(FullDisk, OfTheLogCostsNothingElse) {
                           "FAILED TO CREATE ASCII LOG FILE run.log FOR WRITING!\n"))
         << console;
     fs::remove("run.log");
-    EXPECT_EQ(Results(), after);
+    EXPECT_EQ(Changes(after), "");
 
     RunKind debug = kind;
     debug.Input.Debug = "0 0 1 0 0 0";
@@ -85,7 +85,7 @@ TEST_F(FullDisk, OfTheLogCostsNothingElse) {
     EXPECT_TRUE(
         console.ends_with("FAILED TO CREATE ASCII DEBUG FILE Kiv95_Debug.log FOR WRITING!"));
     fs::remove("Kiv95_Debug.log");
-    EXPECT_EQ(Results(), debugged);
+    EXPECT_EQ(Changes(debugged), "");
 }
 
 TEST_F(FullDisk, OfTheScanTableStopsTheScan) {
@@ -99,7 +99,7 @@ TEST_F(FullDisk, OfTheScanTableStopsTheScan) {
     EXPECT_NE(console.find("FAILED TO CREATE ASCII FILE [KivScan.txt] FOR WRITING!\n"),
               std::string::npos);
     fs::remove("KivScan.txt");
-    EXPECT_EQ(Results(), before);
+    EXPECT_EQ(Changes(before), "");
 }
 
 TEST_F(FullDisk, FoldersInTheWayAreNamed) {
@@ -141,7 +141,7 @@ TEST_F(FullDisk, ReadOnlyFolderKeepsWhatItHolds) {
     EXPECT_EQ(WEXITSTATUS(ended.Status), 0);
     EXPECT_TRUE(Names(ended.Console, "run.log")) << ended.Console;
     EXPECT_TRUE(Names(ended.Console, "[run.QZS]")) << ended.Console;
-    EXPECT_EQ(Results(), before);
+    EXPECT_EQ(Changes(before), "");
 }
 
 }  // namespace
