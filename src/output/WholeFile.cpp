@@ -105,10 +105,9 @@ std::FILE* WholeFile::Stream() {
     return Fp;
 }
 
-// True when everything has been written, and is on the disk if it has to be.
+// True when everything has been written.
 bool WholeFile::Close() {
     if (Fp && (std::fflush(Fp) != 0 || std::ferror(Fp) != 0)) Failed = true;
-    if (!Failed && How == Kind::Precious && !Temp.empty() && fsync(Fd) != 0) Failed = true;
     // In place, an empty file at least cannot be mistaken for a whole one.
     if (Failed && Temp.empty() && ftruncate(Fd, 0) != 0) errno = 0;
     const int closed = Fp ? std::fclose(Fp) : close(Fd);

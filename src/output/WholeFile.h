@@ -18,7 +18,7 @@
 struct WholeFile {
     enum class Kind {
         Result,   // can be made again; written directly in a folder that takes no new files
-        Precious  // never written directly over an old one; on the disk before it replaces that
+        Precious  // never written directly over an old one
     };
 
     WholeFile() = default;
