@@ -122,7 +122,7 @@ TEST_F(AsnLines, MissingFileMeansNoLines) {
 TEST_F(AsnLines, LinesAreCheckedOneByOne) {
     ASSERT_EQ(ReadAsn(Sample("bad.asn")), 1);
     EXPECT_EQ(Console, Sample("bad.txt"));
-    ExpectCounts(2, 19, 2, 0);
+    ExpectCounts(2, 20, 2, 0);
     EXPECT_EQ(Kiv.AsnQN_Vector[1], LineKey(1, 2, 0, 2));
 }
 

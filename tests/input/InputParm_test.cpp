@@ -50,8 +50,6 @@ TEST(InputLayout, FormatsFitTheirCells) {
     }
 }
 
-// ---------------------------------------------------------------- versions
-
 // What a version fills takes the place of what was there, and is kept as the start values.
 TEST_F(InputTest, EveryVersionFillsEverySlot) {
     const auto same = [](const auto& a, const auto& b) { return !std::memcmp(&a, &b, sizeof a); };
@@ -80,8 +78,6 @@ TEST_F(InputTest, EveryVersionFillsEverySlot) {
     ASSERT_EQ(ReadAgain(Sample("v5.6.in")), 1);
     EXPECT_EQ(Kiv.QZ_Fmt, 0x50000 + 27);
 }
-
-// ---------------------------------------------------------------- records
 
 std::vector<std::string> WordsOf(const std::string& text) {
     std::vector<std::string> words;

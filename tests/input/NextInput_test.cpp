@@ -52,6 +52,8 @@ TEST_F(NextInput, IsReadBack) {
 }
 
 TEST_F(NextInput, ReductionNamesTheDistortionConstants) {
+    OpenLog();
+    Kiv.Debug_Stat[DBG_ALL] = 1;
     for (std::int32_t reduction : {0, 1, 2, 3, 7}) {
         Kiv.Red_Stat = reduction;
         ASSERT_EQ(Write(), 1);
@@ -64,6 +66,7 @@ TEST_F(NextInput, ReductionNamesTheDistortionConstants) {
                       text.npos);
         }
     }
+    EXPECT_TRUE(LogText().ends_with("ENTER KivWriteInputParm()\nEXIT KivWriteInputParm()\n"));
 }
 
 // A comment that reads as none, as old files and front ends may have it, must not shift the file.

@@ -123,6 +123,7 @@ TEST_F(Conversion, LeavesTheOriginalWithoutATemporaryFile) {
         if (!full) fs::create_directory("TEMP.TMP");
         if (full) fs::create_symlink("/dev/full", "TEMP.TMP");
         EXPECT_EQ(ReadV1("y\n10\n"), 0);
+        EXPECT_TRUE(Console.ends_with("FAILED TO CREATE ASCII FILE [TEMP.TMP] FOR WRITING!\n"));
         ExpectUntouched();
     }
 }
