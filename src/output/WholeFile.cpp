@@ -136,7 +136,9 @@ void WholeFile::GiveUp() {
 
 bool ReplaceFile(const std::string& made, const std::string& name) {
     const std::string target = ResolveLinks(name);
-    struct stat old;
+    struct stat fresh, old;
+    // what a link points to is not ours: neither its mode is changed nor the link moved
+    if (lstat(made.c_str(), &fresh) != 0 || !S_ISREG(fresh.st_mode)) return false;
     if (stat(target.c_str(), &old) == 0) {
         if (access(target.c_str(), W_OK) != 0) return false;
         if (chmod(made.c_str(), old.st_mode & kPermissions) != 0) return false;
