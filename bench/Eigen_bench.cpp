@@ -25,38 +25,47 @@ struct Tridiagonal {
     std::vector<double> D, E;  // E[0] is not used
 };
 
+using Blocks = std::vector<Tridiagonal>;
+
 // The blocks of every J of the ground state, as tridiagonal matrices.
-std::vector<Tridiagonal> RealBlocks() {
-    std::vector<Tridiagonal> blocks;
+std::vector<Blocks> RealBlocks() {
+    std::vector<Blocks> all;
     HamScratch scratch;
-    if (!RHamInit(ST_GND, scratch)) return blocks;
+    if (!RHamInit(ST_GND, scratch)) return all;
     for (int J = 0; J <= Kiv.Max_J; ++J) {
         BuildBlocks(ST_GND, J, scratch);
-        for (int b = 0; b < scratch.Num_Blocks; ++b) {
-            const int N = scratch.Block[b].N, first = scratch.First[b];
+        Blocks blocks;
+        for (int b = 0; b < scratch.Blocks.Num; ++b) {
+            const int N = scratch.Blocks.Block[b].N, first = scratch.First[b];
             Tridiagonal t{std::vector<double>(N), std::vector<double>(N)};
             for (int m = 0; m < N; ++m) t.D[m] = scratch.Ham[0].Band[0][first + m];
             for (int m = 1; m < N; ++m) t.E[m] = scratch.Ham[0].Band[1][first + m - 1];
             blocks.push_back(std::move(t));
         }
+        all.push_back(std::move(blocks));
     }
-    return blocks;
+    return all;
 }
 
+// The blocks of a J together, as the program solves them.
 void SolverTql2(benchmark::State& state, int max_J) {
     SetBenchRotor(max_J);
     AllocBenchRotor();
-    const auto blocks = RealBlocks();
-    std::vector<double> d(max_J + 1), e(max_J + 1), z((max_J + 1) * (max_J + 1));
+    const auto all = RealBlocks();
+    const int ld = VecLd(max_J + 1);
+    std::vector<double> d(kMaxBlocks * ld), e(kMaxBlocks * ld), z(kMaxBlocks * ld * ld);
     for (auto _ : state) {
-        for (const auto& block : blocks) {
-            const int N = static_cast<int>(block.D.size());
-            std::copy(block.D.begin(), block.D.end(), d.begin());
-            std::copy(block.E.begin(), block.E.end(), e.begin());
-            std::fill_n(z.begin(), N * N, 0.0);
-            for (int m = 0; m < N; ++m) z[m * N + m] = 1.0;
-            int error = 0;
-            tql2(N, N, d.data(), e.data(), z.data(), &error);
+        for (const Blocks& blocks : all) {
+            QlMatrix a[kMaxBlocks];
+            for (std::size_t b = 0; b < blocks.size(); ++b) {
+                const int N = static_cast<int>(blocks[b].D.size());
+                a[b] = {VecLd(N), N, &d[b * ld], &e[b * ld], &z[b * ld * ld], 0};
+                std::copy(blocks[b].D.begin(), blocks[b].D.end(), a[b].D);
+                std::copy(blocks[b].E.begin(), blocks[b].E.end(), a[b].E);
+                std::fill_n(a[b].Z, N * a[b].Nm, 0.0);
+                for (int m = 0; m < N; ++m) a[b].Z[m * a[b].Nm + m] = 1.0;
+            }
+            tql2({a, blocks.size()});
             benchmark::DoNotOptimize(z.data());
         }
     }
@@ -66,7 +75,8 @@ void SolverTql2(benchmark::State& state, int max_J) {
 void SolverDsteqr(benchmark::State& state, int max_J) {
     SetBenchRotor(max_J);
     AllocBenchRotor();
-    const auto blocks = RealBlocks();
+    Blocks blocks;
+    for (const Blocks& of_J : RealBlocks()) blocks.insert(blocks.end(), of_J.begin(), of_J.end());
     std::vector<double> d(max_J + 1), e(max_J + 1), z((max_J + 1) * (max_J + 1));
     std::vector<double> work(2 * max_J + 2);
     for (auto _ : state) {
@@ -104,8 +114,8 @@ std::vector<Hermitian> ComplexBlocks() {
     if (!IHamInit(ST_GND, s)) return blocks;
     for (int J = 0; J <= Kiv.Max_J; ++J) {
         BuildBlocks(ST_GND, J, s);
-        for (int b = 0; b < s.Num_Blocks; ++b) {
-            const int N = s.Block[b].N, first = s.First[b];
+        for (int b = 0; b < s.Blocks.Num; ++b) {
+            const int N = s.Blocks.Block[b].N, first = s.First[b];
             Hermitian h{N, std::vector<std::complex<double>>(N * N)};
             for (int col = 0; col < N; ++col) {
                 for (int row = col; row < N; ++row) {

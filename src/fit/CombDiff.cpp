@@ -5,6 +5,7 @@
 #include "run/KivKey.h"
 #include "run/KivRecord.h"
 #include "run/KivTrace.h"
+#include "run/LineDev.h"
 
 namespace {
 
@@ -72,12 +73,13 @@ Difference MakeDifference(const CombPairs& pairs, std::int32_t d) {
 
 // The shared level cancels; the derivatives of the other state remain.
 void FillRow(double* row, const FitList& list, const Difference& cd) {
-    const int Kg = Kiv.Num_Dev[ST_GND], Ke = Kiv.Num_Dev[ST_EXC];
-    const std::size_t record = static_cast<std::size_t>(Kg) + Ke;
-    const int offset = Kiv.Fit_Stat == 3 ? 0 : Kg;
-    const double* a = Kiv.FI_Sim_Dev.Data() + record * cd.Line_A + offset;
-    const double* b = Kiv.FI_Sim_Dev.Data() + record * cd.Line_B + offset;
-    for (int slot = 1; slot <= list.Num; ++slot) row[slot] = b[slot - 1] - a[slot - 1];
+    const int offset = Kiv.Fit_Stat == 3 ? 0 : Kiv.Num_Dev[ST_GND];
+    double a[2 * NUM_HAM_PRM], b[2 * NUM_HAM_PRM];
+    LineDerivatives(cd.Line_A, a);
+    LineDerivatives(cd.Line_B, b);
+    for (int slot = 1; slot <= list.Num; ++slot) {
+        row[slot] = b[offset + slot - 1] - a[offset + slot - 1];
+    }
 }
 
 void ListRejected(const Difference& cd) {

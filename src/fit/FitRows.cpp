@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "run/KivTrace.h"
+#include "run/LineDev.h"
 
 namespace {
 
@@ -104,7 +105,7 @@ int AllocRows(FitRows& rows, const FitList& list, std::int64_t num) {
 
 void GatherLines(FitRows& rows, const FitList& list, bool ground) {
     const SourceMap map = ground ? GroundSources(list) : BandSources(list);
-    const std::size_t record = static_cast<std::size_t>(Kiv.Num_Dev[0]) + Kiv.Num_Dev[1];
+    double record[2 * NUM_HAM_PRM];
     for (std::int32_t k = 0; k < Kiv.Num_Asn; ++k) {
         const auto line = static_cast<std::size_t>(Kiv.FI_AsnLn_Idx[k]);
         const std::int32_t asn = Kiv.FI_Asn_Idx[k];
@@ -114,7 +115,8 @@ void GatherLines(FitRows& rows, const FitList& list, bool ground) {
         std::copy_n(&Kiv.FI_JKK_Lbl[6 * line], 6, &rows.Label[6 * static_cast<std::size_t>(i)]);
         rows.obln_vec[i] = Kiv.AsnErg_Vector[asn];
         rows.sig_vec[i] = AsnSigma(asn);
-        FillRow(rows.Derivatives(i), list, map, Kiv.FI_Sim_Dev.Data() + record * line);
+        LineDerivatives(line, record);
+        FillRow(rows.Derivatives(i), list, map, record);
         if (asn < Kiv.Asn_Split) ++rows.Split;
     }
 }

@@ -8,6 +8,8 @@
 // Matrix Eigensystem Routines - EISPACK Guide (Springer, 1976).
 #pragma once
 
+#include <span>
+
 /// A subdiagonal element counts as zero below this fraction of |d| + |e| (the largest so far).
 /// It is not the machine precision: energies of a block are good to its square all the same.
 constexpr double kQlTolerance = 2.0e-11;
@@ -34,3 +36,18 @@ void tred2(int nm, int n, const double* a, double* d, double* e, double* z);
 /// that did not converge in 30 iterations (then nothing is sorted). Equal eigenvalues keep the
 /// order in which they were found. Returns 0.
 int tql2(int nm, int n, double* d, double* e, double* z, int* ierr);
+
+/// One matrix of several: the arguments of tql2, Error is its *ierr.
+struct QlMatrix {
+    int Nm;
+    int N;
+    double* D;
+    double* E;
+    double* Z;
+    int Error;
+};
+
+/// tql2 for several matrices, a few side by side, which is faster and gives the same bits. Where Nm
+/// leaves room for it, rows of Z behind row N up to a multiple of 8 are turned along with the
+/// others, which is faster too.
+void tql2(std::span<QlMatrix> matrices);

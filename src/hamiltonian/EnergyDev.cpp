@@ -1,19 +1,13 @@
 #include "hamiltonian/EnergyDev.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <span>
 
 #include "run/KivTrace.h"
 #include "run/Simd.h"
 
 namespace {
-
-// One eigenvector in its block: component m at Re[m], Im[m]; Im is null for a real one.
-struct BlockVector {
-    const double* Re;
-    const double* Im;
-    int N;
-    int First;  // place of the block's first function
-};
 
 // Expectation values of the operators in one level, by constant; the rigid ones apart.
 struct Expectation {
@@ -22,45 +16,132 @@ struct Expectation {
     double Prm[NUM_PRM] = {};
 };
 
-// Products v*_m v_{m+b}: real parts, and imaginary parts for the imaginary operators.
-void FillProducts(const BlockVector& v, int width, double* re, double* im) {
-    for (int b = 0; b <= width && b < v.N; ++b) {
-        double* pr = re + b * v.N;
-        double* pi = im + b * v.N;
-        if (!v.Im) {
-            for (int m = 0; m + b < v.N; ++m) pr[m] = v.Re[m] * v.Re[m + b];
-            continue;
-        }
-        for (int m = 0; m + b < v.N; ++m) {
-            pr[m] = v.Re[m] * v.Re[m + b] + v.Im[m] * v.Im[m + b];
-            pi[m] = v.Re[m] * v.Im[m + b] - v.Im[m] * v.Re[m + b];
+// A sum over the components of a level: band[m] times the product v*_m v_{m+Offset}, of which the
+// real part is taken or the imaginary one.
+struct BandSum {
+    const double* Band;
+    int Offset;
+    bool Imag;
+};
+
+// All sums of all levels of a block.
+struct BlockSums {
+    const double* Re;
+    const double* Im;  // null for real vectors
+    int Ld;
+    int Num_Levels;
+    int Width;  // largest offset
+    std::span<const BandSum> Sums;
+    double* Products;  // scratch: kTogether records of 2 (Width + 1) rows of Ld numbers
+    double* Out;       // level by level
+};
+
+constexpr int kTogether = 4;  // levels for which a band is loaded once
+
+template <class Vec>
+KIV_INLINE void FillProducts(const BlockSums& block, int level, double* re) {
+    constexpr int kWidth = sizeof(Vec) / sizeof(double);
+    const double* x = block.Re + std::ptrdiff_t{level} * block.Ld;
+    const double* y = block.Im + std::ptrdiff_t{level} * block.Ld;
+    double* im = re + (block.Width + 1) * block.Ld;
+    for (int b = 0; b <= block.Width; ++b, re += block.Ld, im += block.Ld) {
+        for (int m = 0; m < block.Ld; m += kWidth) {
+            Vec x0, x1;
+            LoadVec(x0, x + m);
+            LoadVec(x1, x + m + b);
+            if (!block.Im) {
+                StoreVec(re + m, x0 * x1);
+                continue;
+            }
+            Vec y0, y1;
+            LoadVec(y0, y + m);
+            LoadVec(y1, y + m + b);
+            StoreVec(re + m, x0 * x1 + y0 * y1);
+            StoreVec(im + m, x0 * y1 - y0 * x1);
         }
     }
 }
 
-double ExpectOp(const HamOp& op, const BlockVector& v, const double* re, const double* im) {
-    const double* products = op.Imag ? im : re;
+KIV_INLINE double SumLanes(const Vec8& sum) {
+    return ((sum[0] + sum[4]) + (sum[2] + sum[6])) + ((sum[1] + sum[5]) + (sum[3] + sum[7]));
+}
+
+// The sums of L levels from their products.
+template <int L>
+KIV_INLINE void SumLevels(const BlockSums& block, int record, double* out) {
+    const auto num = static_cast<int>(block.Sums.size());
+    for (int i = 0; i < num; ++i) {
+        const BandSum& sum = block.Sums[i];
+        const double* products =
+            block.Products + (sum.Offset + (sum.Imag ? block.Width + 1 : 0)) * block.Ld;
+        Vec8 partial[L] = {};
+        for (int m = 0; m < block.Ld; m += kVecStep) {
+            Vec8 band, p;
+            LoadVec(band, sum.Band + m);
+            for (int j = 0; j < L; ++j) {
+                LoadVec(p, products + j * record + m);
+                partial[j] += p * band;
+            }
+        }
+        for (int j = 0; j < L; ++j) out[j * num + i] = SumLanes(partial[j]);
+    }
+}
+
+template <class Vec>
+KIV_INLINE void SumBlockBody(const BlockSums& block) {
+    const int record = 2 * (block.Width + 1) * block.Ld;
+    const auto num = static_cast<std::ptrdiff_t>(block.Sums.size());
+    for (int level = 0; level < block.Num_Levels; level += kTogether) {
+        const int left = std::min(kTogether, block.Num_Levels - level);
+        for (int j = 0; j < left; ++j) {
+            FillProducts<Vec>(block, level + j, block.Products + j * record);
+        }
+        double* out = block.Out + level * num;
+        if (left == kTogether) {
+            SumLevels<kTogether>(block, record, out);
+        } else {
+            for (int j = 0; j < left; ++j) {
+                BlockSums one = block;
+                one.Products += j * record;
+                SumLevels<1>(one, record, out + j * num);
+            }
+        }
+    }
+}
+
+KIV_KERNEL(SumBlock, BlockSums)
+
+// The sums that the operators need, operator by operator, for a block whose functions begin at
+// `first`. Returns their number.
+int ListSums(const HamScratch& s, int first, BandSum* sums) {
+    int num = 0;
+    for (int i = 0; i < s.Num_Ops; ++i) {
+        const HamOp& op = s.Op[i];
+        if (op.Zero_By_Symmetry) continue;
+        for (int b = op.Imag ? 1 : 0; b <= op.Width; ++b) {
+            sums[num++] = {op.Band[b] + first, b, op.Imag};
+        }
+    }
+    return num;
+}
+
+// An expectation value from its sums: an offset stands for the elements above and below the
+// diagonal.
+double ExpectOp(const HamOp& op, const double*& sums) {
     double sum = 0.0;
-    for (int b = op.Imag ? 1 : 0; b <= op.Width && b < v.N; ++b) {
-        const double* band = op.Band[b] + v.First;
-        const double part = DotProduct(products + b * v.N, band, v.N - b);
-        sum += b == 0 ? part : 2.0 * part;
+    for (int b = op.Imag ? 1 : 0; b <= op.Width; ++b, ++sums) {
+        sum += b == 0 ? *sums : 2.0 * *sums;
     }
     return op.Imag ? -sum : sum;
 }
 
-Expectation Expect(const HamScratch& s, const BlockVector& v) {
-    int width = 0;
-    for (int i = 0; i < s.Num_Ops; ++i) width = std::max(width, s.Op[i].Width);
-    double* re = s.Sum_Vec.Ptr.get();
-    double* im = re + s.Sum_Vec.Num / 2;
-    FillProducts(v, width, re, im);
+Expectation Expect(const HamScratch& s, const double* sums) {
     Expectation e;
-    e.Pz2 = ExpectOp(s.Op[OP_PZ2], v, re, im);
-    e.Diff = ExpectOp(s.Op[OP_DIFF], v, re, im);
+    e.Pz2 = ExpectOp(s.Op[OP_PZ2], sums);
+    e.Diff = ExpectOp(s.Op[OP_DIFF], sums);
     for (int i = 2; i < s.Num_Ops; ++i) {
         const HamOp& op = s.Op[i];
-        if (!op.Zero_By_Symmetry) e.Prm[op.Prm] = ExpectOp(op, v, re, im);
+        if (!op.Zero_By_Symmetry) e.Prm[op.Prm] = ExpectOp(op, sums);
     }
     return e;
 }
@@ -148,14 +229,32 @@ void ListRecord(int state, int J, int r, const Expectation& e, std::int64_t entr
     std::fflush(stdout);
 }
 
-void FillRecords(int state, int J, int first_level, const HamScratch& s, const double* re,
+// Sums of all levels of J, block by block; returns the number of sums a level.
+int SumBlocks(HamScratch& s, const double* re, const double* im) {
+    BandSum sums[kMaxOps * kNumOffsets];
+    int num = 0, width = 0;
+    for (int i = 0; i < s.Num_Ops; ++i) width = std::max(width, s.Op[i].Width);
+    for (int b = 0; b < s.Blocks.Num; ++b) {
+        const int N = s.Blocks.Block[b].N;
+        const std::int64_t vec = s.Blocks.Vec[b];
+        num = ListSums(s, s.First[b], sums);
+        SumBlock({re + vec,
+                  im ? im + vec : nullptr,
+                  VecLd(N),
+                  N,
+                  width,
+                  {sums, static_cast<std::size_t>(num)},
+                  s.Product_Vec.Data(),
+                  s.Sum_Vec.Data() + std::ptrdiff_t{s.First[b]} * num});
+    }
+    return num;
+}
+
+void FillRecords(int state, int J, int first_level, HamScratch& s, const double* re,
                  const double* im) {
+    const int num = SumBlocks(s, re, im);
     for (int r = 0; r <= 2 * J; ++r) {
-        const int place = s.Rank_Vec[r];
-        const int b = s.BlockOf(place);
-        const int N = s.Block[b].N;
-        const std::int64_t at = s.Vec[b] + std::int64_t{place - s.First[b]} * N;
-        const Expectation e = Expect(s, {re + at, im ? im + at : nullptr, N, s.First[b]});
+        const Expectation e = Expect(s, s.Sum_Vec.Data() + std::ptrdiff_t{s.Rank_Vec[r]} * num);
         const std::int64_t entry = (std::int64_t{first_level} + r) * Kiv.Num_Dev[state];
         FillRecord(state, J, e, &Kiv.HamDev_Vector[state][static_cast<std::size_t>(entry)]);
         if (DebugIsOn(DBG_I)) ListRecord(state, J, r, e, entry);
@@ -164,15 +263,16 @@ void FillRecords(int state, int J, int first_level, const HamScratch& s, const d
 
 }  // namespace
 
-void RDevCalc(int state, int J, int first_level, const HamScratch& s) {
+void RDevCalc(int state, int J, int first_level, HamScratch& s) {
     TraceEnter("RDevCalc");
-    FillRecords(state, J, first_level, s, s.H2V_Matrix.Data(), nullptr);
+    FillRecords(state, J, first_level, s, VecStart(Kiv.HamErgReal_Vector[state], J), nullptr);
     TraceExit("RDevCalc");
 }
 
-void IDevCalc(int state, int J, int first_level, const HamScratch& s) {
+void IDevCalc(int state, int J, int first_level, HamScratch& s) {
     TraceEnter("IDevCalc");
-    FillRecords(state, J, first_level, s, s.VR_Mat.Data(), s.VI_Mat.Data());
+    FillRecords(state, J, first_level, s, VecStart(Kiv.HamErgReal_Vector[state], J),
+                VecStart(Kiv.HamErgImag_Vector[state], J));
     TraceExit("IDevCalc");
 }
 

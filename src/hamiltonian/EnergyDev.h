@@ -8,12 +8,12 @@
 
 #include "hamiltonian/HamScratch.h"
 
-/// Fills the records of the 2J+1 levels of `J` from `first_level` on, from the eigenvectors and
-/// operators in `scratch` (real variant).
-void RDevCalc(int state, int J, int first_level, const HamScratch& scratch);
+/// Fills the records of the 2J+1 levels of `J` from `first_level` on, from their eigenvectors and
+/// the operators in `scratch` (real variant).
+void RDevCalc(int state, int J, int first_level, HamScratch& scratch);
 
 /// The same for the complex variant.
-void IDevCalc(int state, int J, int first_level, const HamScratch& scratch);
+void IDevCalc(int state, int J, int first_level, HamScratch& scratch);
 
 /// Turns the derivatives with respect to the rotated tensor back to those with respect to the
 /// unrotated A, B, C: g^T T g, of which the diagonal replaces slots 0 (A), 1 (B), 2 (C) of

@@ -92,23 +92,22 @@ void ClearOp(HamScratch& s, int place, int n, HamOp& op) {
 }
 
 void AddTerm(HamScratch& s, int J, int dk, const double* factor, HamOp& op) {
-    for (int b = 0; b < s.Num_Blocks; ++b) FoldTerm(s.Block[b], s.First[b], J, dk, factor, op);
+    for (int b = 0; b < s.Blocks.Num; ++b) {
+        FoldTerm(s.Blocks.Block[b], s.First[b], J, dk, factor, op);
+    }
 }
 
 void PlaceBlocks(HamScratch& s) {
     int first = 0;
-    std::int64_t vec = 0;
-    for (int b = 0; b < s.Num_Blocks; ++b) {
+    for (int b = 0; b < s.Blocks.Num; ++b) {
         s.First[b] = first;
-        s.Vec[b] = vec;
-        first += s.Block[b].N;
-        vec += std::int64_t{s.Block[b].N} * s.Block[b].N;
+        first += s.Blocks.Block[b].N;
     }
 }
 
 // Widest offset that a step of dk in K makes in the blocks; a step that a block does not hold
 // couples other blocks.
-int WidthOf(const HamScratch& s, int dk) { return s.Block[0].Step == 2 ? dk / 2 : dk; }
+int WidthOf(const HamScratch& s, int dk) { return s.Blocks.Block[0].Step == 2 ? dk / 2 : dk; }
 
 void AddRigidOps(HamScratch& s, int J) {
     const int n = 2 * J + 1;
@@ -119,8 +118,8 @@ void AddRigidOps(HamScratch& s, int J) {
     diff.Width = WidthOf(s, 2);
     ClearOp(s, OP_PZ2, n, pz2);
     ClearOp(s, OP_DIFF, n, diff);
-    for (int b = 0; b < s.Num_Blocks; ++b) {
-        const SymBlock& block = s.Block[b];
+    for (int b = 0; b < s.Blocks.Num; ++b) {
+        const SymBlock& block = s.Blocks.Block[b];
         for (int m = 0; m < block.N; ++m) {
             pz2.Band[0][s.First[b] + m] = double(block.K(m)) * block.K(m);
         }
@@ -201,7 +200,7 @@ double Element(int state, int J, int K, int dk, bool imag) {
 }  // namespace
 
 void BuildBlocks(int state, int J, HamScratch& s) {
-    s.Num_Blocks = MakeSymBlocks(KeptRotations(state), J, s.Block);
+    s.Blocks = BlocksOf(KeptRotations(state), J);
     PlaceBlocks(s);
     for (int d = 0; d < kNumOffsets; ++d) FillRoots(s, J, d);
     AddRigidOps(s, J);

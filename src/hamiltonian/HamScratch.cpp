@@ -27,9 +27,10 @@ int Take(const Request& request) {
 bool TakeBlockScratch(HamScratch& s) {
     const std::int64_t n = Size();
     return ArrAlloc(s.Root_Vec, n * kNumOffsets) > 0 && ArrAlloc(s.Term_Vec, n) > 0 &&
-           ArrAlloc(s.Band_Vec, n * kNumOffsets * (kMaxOps + 2)) > 0 &&
-           ArrAlloc(s.Erg_Vec, n) > 0 && ArrAlloc(s.Sum_Vec, 2 * n * kNumOffsets) > 0 &&
-           ArrAlloc(s.Rank_Vec, n) > 0;
+           ArrAlloc(s.Band_Vec, n * kNumOffsets * (kMaxOps + 2) + kVecStep) > 0 &&
+           ArrAlloc(s.Erg_Vec, n) > 0 &&
+           ArrAlloc(s.Product_Vec, 8 * kNumOffsets * (n + kVecStep)) > 0 &&
+           ArrAlloc(s.Sum_Vec, n * kNumOffsets * kMaxOps) > 0 && ArrAlloc(s.Rank_Vec, n) > 0;
 }
 
 bool AnyOn(int state, int x_prm, int y_prm) {
@@ -81,7 +82,7 @@ int IHamInit(int state, HamScratch& s) {
     const std::int64_t n = Size();
     const char* const matrices = "IHamInit()/HR_Mat/HI_Mat/VR_Mat/VI_Mat";
     const Request requests[] = {
-        {true, n * n, CoreFail, matrices, {&s.HR_Mat, &s.HI_Mat, &s.VR_Mat, &s.VI_Mat}},
+        {true, n * VecLd(static_cast<int>(n)), CoreFail, matrices, {&s.HR_Mat, &s.HI_Mat}},
         {true, 2 * n, CoreFail, "IHamInit()/tau_mat", {&s.tau_mat}},
         {true, n, CoreFail, "IHamInit()/od_vec/od1_vec", {&s.od_vec, &s.od1_vec}},
         {true, n, CoreFail, "IHamInit()/pp2pm2_vec", {&s.pp2pm2_vec}},

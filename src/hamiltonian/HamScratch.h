@@ -1,13 +1,13 @@
 // Scratch storage of one Hamiltonian solution, sized for the largest J and released with it.
 //
 // n = 2 Max_J + 1. Everything a J needs beyond the run record lives here: the factors of the
-// matrix elements, the terms as bands of the symmetry blocks, and the blocks' eigenvectors.
+// matrix elements and the terms as bands of the symmetry blocks.
 #pragma once
 
 #include <cstdint>
 
 #include "hamiltonian/HamTerms.h"
-#include "hamiltonian/Symmetry.h"
+#include "hamiltonian/LevelVectors.h"
 #include "run/KivArray.h"
 #include "run/KivRecord.h"
 
@@ -30,10 +30,10 @@ constexpr int OP_DIFF = 1;
 constexpr int kMaxOps = 2 + NUM_HAM_PRM;
 
 struct HamScratch {
-    // Real variant: the eigenvectors of all blocks, block after block
+    // Real variant: eigenvectors over |J,K>, for their listing
     KivArray<double> H2V_Matrix;
-    // Complex variant: matrix and vectors, real and imaginary parts
-    KivArray<double> HR_Mat, HI_Mat, VR_Mat, VI_Mat;
+    // Complex variant: the matrix of a block, real and imaginary part
+    KivArray<double> HR_Mat, HI_Mat;
     KivArray<double> tau_mat;
     KivArray<double> od_vec, od1_vec;
 
@@ -45,25 +45,24 @@ struct HamScratch {
     KivArray<double> pxy2pzd_vec, pxy2pzo_vec;  // Px^2Pz and Py^2Pz, d = 0 and 2
     KivArray<double> pz2pxy_vec;                // Pz^2Px and Pz^2Py, d = 1
 
-    KivArray<double> Root_Vec;  // ladder roots of the current J, n for each step 0..4
-    KivArray<double> Term_Vec;  // factors of a term without a vector of its own
-    KivArray<double> Band_Vec;  // storage of all bands
-    KivArray<double> Erg_Vec;   // energies of the blocks, block after block
-    KivArray<double> Sum_Vec;   // one record of products of vector components
+    KivArray<double> Root_Vec;     // ladder roots of the current J, n for each step 0..4
+    KivArray<double> Term_Vec;     // factors of a term without a vector of its own
+    KivArray<double> Band_Vec;     // storage of all bands
+    KivArray<double> Erg_Vec;      // energies of the blocks, block after block
+    KivArray<double> Product_Vec;  // products of vector components, a few levels at a time
+    KivArray<double> Sum_Vec;      // their sums with the bands, level by level
 
     // The current J
-    SymBlock Block[kMaxBlocks];
-    int Num_Blocks = 0;
-    int First[kMaxBlocks] = {};         // place of a block's first function among all
-    std::int64_t Vec[kMaxBlocks] = {};  // place of its first eigenvector
-    HamOp Ham[2];                       // the matrix itself, real and imaginary part
+    LevelBlocks Blocks;
+    int First[kMaxBlocks] = {};  // place of a block's first function among all
+    HamOp Ham[2];                // the matrix itself, real and imaginary part
     HamOp Op[kMaxOps];
     int Num_Ops = 0;
     KivArray<std::int32_t> Rank_Vec;  // place of the level of each energy rank among all
 
     /// The block that holds place `q`.
     int BlockOf(int q) const {
-        int b = Num_Blocks - 1;
+        int b = Blocks.Num - 1;
         while (q < First[b]) --b;
         return b;
     }

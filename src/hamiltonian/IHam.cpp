@@ -17,7 +17,7 @@ void FillLowerTriangle(const HamScratch& s, int first, int N, double* re, double
     for (int col = 0; col < N; ++col) {
         for (int row = col; row < N; ++row) {
             const int b = row - col;
-            const std::size_t at = static_cast<std::size_t>(col) * N + row;
+            const std::size_t at = static_cast<std::size_t>(col) * VecLd(N) + row;
             re[at] = b <= s.Ham[0].Width ? s.Ham[0].Band[b][first + col] : 0.0;
             im[at] = b <= s.Ham[1].Width ? -s.Ham[1].Band[b][first + col] : 0.0;
         }
@@ -25,9 +25,10 @@ void FillLowerTriangle(const HamScratch& s, int first, int N, double* re, double
 }
 
 void FillIdentity(double* re, double* im, int N) {
-    std::fill_n(re, static_cast<std::size_t>(N) * N, 0.0);
-    std::fill_n(im, static_cast<std::size_t>(N) * N, 0.0);
-    for (int m = 0; m < N; ++m) re[static_cast<std::size_t>(m) * N + m] = 1.0;
+    const auto ld = static_cast<std::size_t>(VecLd(N));
+    std::fill_n(re, static_cast<std::size_t>(N) * ld, 0.0);
+    std::fill_n(im, static_cast<std::size_t>(N) * ld, 0.0);
+    for (int m = 0; m < N; ++m) re[static_cast<std::size_t>(m) * ld + m] = 1.0;
 }
 
 // The largest component of a vector, the first of equal ones, is made real and positive.
@@ -48,21 +49,21 @@ void FixPhase(double* re, double* im, int N) {
     im[largest] = 0.0;
 }
 
-void SolveBlock(HamScratch& s, int b) {
-    const int N = s.Block[b].N;
+// Solves a block in the place of its eigenvectors.
+void SolveBlock(HamScratch& s, int b, double* re, double* im) {
+    const int N = s.Blocks.Block[b].N, ld = VecLd(N);
     double* d = s.Erg_Vec.Data() + s.First[b];
-    double* re = s.VR_Mat.Data() + s.Vec[b];
-    double* im = s.VI_Mat.Data() + s.Vec[b];
     double* a_re = s.HR_Mat.Data();
     double* a_im = s.HI_Mat.Data();
     FillLowerTriangle(s, s.First[b], N, a_re, a_im);
     FillIdentity(re, im, N);
-    htridi(N, N, a_re, a_im, d, s.od_vec.Data(), s.od1_vec.Data(), s.tau_mat.Data());
+    htridi(ld, N, a_re, a_im, d, s.od_vec.Data(), s.od1_vec.Data(), s.tau_mat.Data());
     int error = 0;  // an eigenvalue that does not converge is stored as it is
-    tql2(N, N, d, s.od_vec.Data(), re, &error);
-    htribk(N, N, a_re, a_im, s.tau_mat.Data(), N, re, im);
+    tql2(ld, N, d, s.od_vec.Data(), re, &error);
+    htribk(ld, N, a_re, a_im, s.tau_mat.Data(), N, re, im);
     for (int i = 0; i < N; ++i) {
-        FixPhase(re + static_cast<std::size_t>(i) * N, im + static_cast<std::size_t>(i) * N, N);
+        const std::size_t at = static_cast<std::size_t>(i) * ld;
+        FixPhase(re + at, im + at, N);
     }
 }
 
@@ -86,12 +87,13 @@ int IHamSoln(int state) {
     for (int J = 0; J <= Kiv.Max_J; ++J) {
         BuildBlocks(state, J, scratch);
         ListMatrices(state, J);
-        for (int b = 0; b < scratch.Num_Blocks; ++b) SolveBlock(scratch, b);
+        double* const re = VecStart(Kiv.HamErgReal_Vector[state], J);
+        double* const im = VecStart(Kiv.HamErgImag_Vector[state], J);
+        for (int b = 0; b < scratch.Blocks.Num; ++b) {
+            const std::int64_t vec = scratch.Blocks.Vec[b];
+            SolveBlock(scratch, b, re + vec, im + vec);
+        }
         RankLevels(state, J, scratch);
-        StoreVectors(J, scratch, scratch.VR_Mat.Data(),
-                     Kiv.HamErgReal_Vector[state].Data() + VecOffset(J));
-        StoreVectors(J, scratch, scratch.VI_Mat.Data(),
-                     Kiv.HamErgImag_Vector[state].Data() + VecOffset(J));
         if (Kiv.Dev_On == 1) IDevCalc(state, J, J * J, scratch);
         ListEnergies(state, J);
     }

@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr double kSqrtHalf = 0.70710678118654752440;
 constexpr double kInertia = 505379.0765;  // amu A^2 MHz: h / (8 pi^2), as used with these constants
 
 std::size_t LevelCount() {
@@ -27,11 +26,12 @@ int KcOfRank(int J, int r) { return J - r / 2; }
 int NextBlock(const HamScratch& s, const int* next, std::uint8_t odd, double tie) {
     int lowest = -1;
     const auto head = [&](int b) { return s.Erg_Vec[s.First[b] + next[b]]; };
-    for (int b = 0; b < s.Num_Blocks; ++b) {
-        if (next[b] < s.Block[b].N && (lowest < 0 || head(b) < head(lowest))) lowest = b;
+    for (int b = 0; b < s.Blocks.Num; ++b) {
+        if (next[b] < s.Blocks.Block[b].N && (lowest < 0 || head(b) < head(lowest))) lowest = b;
     }
-    for (int b = 0; b < s.Num_Blocks; ++b) {
-        if (next[b] < s.Block[b].N && s.Block[b].Odd == odd && head(b) <= head(lowest) + tie) {
+    for (int b = 0; b < s.Blocks.Num; ++b) {
+        if (next[b] < s.Blocks.Block[b].N && s.Blocks.Block[b].Odd == odd &&
+            head(b) <= head(lowest) + tie) {
             return b;
         }
     }
@@ -41,13 +41,10 @@ int NextBlock(const HamScratch& s, const int* next, std::uint8_t odd, double tie
 }  // namespace
 
 int CopyGroundState() {
-    const auto vectors = static_cast<std::size_t>(VecOffset(Kiv.Max_J + 1));
     CopyPart(Kiv.HamErg_Vector, LevelCount());
     CopyPart(Kiv.Ka_Vector, LevelCount());
     CopyPart(Kiv.Kc_Vector, LevelCount());
     CopyPart(Kiv.Sym_Vector, LevelCount());
-    CopyPart(Kiv.HamErgReal_Vector, vectors);
-    if (Kiv.Cplx_Ham == 1) CopyPart(Kiv.HamErgImag_Vector, vectors);
     if (Kiv.Dev_On == 1) {
         CopyPart(Kiv.HamDev_Vector, LevelCount() * static_cast<std::size_t>(Kiv.Num_Dev[ST_GND]));
     }
@@ -80,28 +77,7 @@ void RankLevels(int state, int J, HamScratch& s) {
         Kiv.HamErg_Vector[state][level + r] = s.Erg_Vec[place];
         Kiv.Ka_Vector[state][level + r] = static_cast<std::int16_t>(ka);
         Kiv.Kc_Vector[state][level + r] = static_cast<std::int16_t>(kc);
-        Kiv.Sym_Vector[state][level + r] = s.Block[b].Odd;
-    }
-}
-
-void StoreVectors(int J, const HamScratch& s, const double* blocks, double* vectors) {
-    const int n = 2 * J + 1;
-    std::fill_n(vectors, static_cast<std::size_t>(n) * n, 0.0);
-    for (int r = 0; r < n; ++r) {
-        const int place = s.Rank_Vec[r];
-        const int b = s.BlockOf(place);
-        const SymBlock& block = s.Block[b];
-        const double* v = blocks + s.Vec[b] + std::int64_t{place - s.First[b]} * block.N;
-        double* row = vectors + static_cast<std::size_t>(r) * n + J;
-        for (int m = 0; m < block.N; ++m) {
-            const int K = block.K(m);
-            if (!block.Folded || K == 0) {
-                row[K] = v[m];
-            } else {
-                row[K] = kSqrtHalf * v[m];
-                row[-K] = block.T(K) * row[K];
-            }
-        }
+        Kiv.Sym_Vector[state][level + r] = s.Blocks.Block[b].Odd;
     }
 }
 

@@ -1,21 +1,15 @@
-// From the solved blocks of a J to its levels: order, labels, eigenvectors, listings.
+// From the solved blocks of a J to its levels: order, labels, listings.
 //
-// The 2J+1 levels of J stand at J*J in ascending energy. The eigenvectors of J begin at
-// VecOffset(J), level by level, component k of a level belonging to |J, K = k - J>.
+// The 2J+1 levels of J stand at J*J in ascending energy.
 #pragma once
 
-#include <cstdint>
-
 #include "hamiltonian/HamScratch.h"
-
-/// Place of the first eigenvector component of J: the sum of (2J'+1)^2 over J' < J.
-constexpr std::int64_t VecOffset(std::int64_t J) { return J * (2 * J - 1) * (2 * J + 1) / 3; }
 
 /// Levels of different blocks closer than this fraction of the largest energy of their J have no
 /// order of their own; their labels' characters decide.
 constexpr double kLevelTie = 1e-13;
 
-/// Copies the ground state's levels, eigenvectors and derivatives to the excited state. Always 1.
+/// Copies the ground state's levels and derivatives to the excited state. Always 1.
 int CopyGroundState();
 
 /// Sets Kappa = (2B - A - C)/(A - C) and the inertial defect
@@ -25,10 +19,6 @@ void SetAsymmetry(int state);
 /// Orders the levels of all blocks of `J` (scratch.Rank_Vec), stores energies, labels and
 /// characters. Labels follow the energy rank: from the lowest up J(0,J), J(1,J), J(1,J-1), ...
 void RankLevels(int state, int J, HamScratch& scratch);
-
-/// Writes the block eigenvectors in `blocks` (one part, real or imaginary) to the |J,K> basis in
-/// the order of RankLevels.
-void StoreVectors(int J, const HamScratch& scratch, const double* blocks, double* vectors);
 
 /// Lists the energies of `J` when it lies in the range asked for.
 void ListEnergies(int state, int J);

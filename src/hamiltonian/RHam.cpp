@@ -9,59 +9,92 @@
 #include "hamiltonian/Levels.h"
 #include "output/Listings.h"
 #include "run/KivTrace.h"
+#include "run/Simd.h"
 
 namespace {
 
-void FillTridiagonal(const HamOp& ham, int first, int N, double* d, double* e, double* z) {
-    std::fill_n(z, static_cast<std::size_t>(N) * N, 0.0);
-    e[0] = 0.0;
-    for (int m = 0; m < N; ++m) {
-        d[m] = ham.Band[0][first + m];
-        z[static_cast<std::size_t>(m) * N + m] = 1.0;
-        if (m + 1 < N) e[m + 1] = ham.Width > 0 ? ham.Band[1][first + m] : 0.0;
+void FillTridiagonal(const HamOp& ham, int first, const QlMatrix& a) {
+    std::fill_n(a.Z, static_cast<std::size_t>(a.N) * a.Nm, 0.0);
+    a.E[0] = 0.0;
+    for (int m = 0; m < a.N; ++m) {
+        a.D[m] = ham.Band[0][first + m];
+        a.Z[static_cast<std::size_t>(m) * a.Nm + m] = 1.0;
+        if (m + 1 < a.N) a.E[m + 1] = ham.Width > 0 ? ham.Band[1][first + m] : 0.0;
     }
 }
 
-void FillLowerTriangle(const HamOp& ham, int first, int N, double* a) {
-    for (int col = 0; col < N; ++col) {
-        double* column = a + static_cast<std::size_t>(col) * N;
-        for (int row = col; row < N; ++row) {
-            const int b = row - col;
-            column[row] = b <= ham.Width ? ham.Band[b][first + col] : 0.0;
+void FillLowerTriangle(const HamOp& ham, int first, const QlMatrix& a) {
+    std::fill_n(a.Z, static_cast<std::size_t>(a.N) * a.Nm, 0.0);
+    for (int col = 0; col < a.N; ++col) {
+        double* column = a.Z + static_cast<std::size_t>(col) * a.Nm;
+        for (int b = 0; b <= ham.Width && col + b < a.N; ++b) {
+            column[col + b] = ham.Band[b][first + col];
         }
     }
 }
 
-// The largest component of a vector, the first of equal ones, is made positive.
-void FixSign(double* v, int N) {
+// The largest component of a vector, the first of equal ones.
+double LargestComponent(const double* v, int N) {
     int largest = 0;
     for (int m = 1; m < N; ++m) {
         if (std::fabs(v[m]) > std::fabs(v[largest])) largest = m;
     }
-    if (v[largest] >= 0.0) return;
-    for (int m = 0; m < N; ++m) v[m] = -v[m];
+    return v[largest];
 }
 
-void SolveBlock(HamScratch& s, int b) {
-    const int N = s.Block[b].N;
-    double* d = s.Erg_Vec.Data() + s.First[b];
-    double* z = s.H2V_Matrix.Data() + s.Vec[b];
-    if (s.Ham[0].Width <= 1) {
-        FillTridiagonal(s.Ham[0], s.First[b], N, d, s.od_vec.Data(), z);
-    } else {
-        FillLowerTriangle(s.Ham[0], s.First[b], N, z);
-        tred2(N, N, z, d, s.od_vec.Data(), z);
+// Makes the largest component of every vector positive.
+template <class Vec>
+KIV_INLINE void FixSignsBody(const QlMatrix& a) {
+    constexpr int kWidth = sizeof(Vec) / sizeof(double);
+    for (int i = 0; i < a.N; ++i) {
+        double* v = a.Z + std::ptrdiff_t{i} * a.Nm;
+        Vec top = {}, bottom = {};
+        for (int m = 0; m < a.Nm; m += kWidth) {
+            Vec x;
+            LoadVec(x, v + m);
+            top = x > top ? x : top;
+            bottom = x < bottom ? x : bottom;
+        }
+        double high = 0.0, low = 0.0;
+        for (int m = 0; m < kWidth; ++m) {
+            high = std::max(high, top[m]);
+            low = std::min(low, bottom[m]);
+        }
+        if (high > -low || (high == -low && LargestComponent(v, a.N) >= 0.0)) continue;
+        for (int m = 0; m < a.N; ++m) v[m] = -v[m];
     }
-    int error = 0;  // an eigenvalue that does not converge is stored as it is
-    tql2(N, N, d, s.od_vec.Data(), z, &error);
-    for (int i = 0; i < N; ++i) FixSign(z + static_cast<std::size_t>(i) * N, N);
 }
 
-void ListVectors(int state, int J) {
+KIV_KERNEL(FixSigns, QlMatrix)
+
+// Solves the blocks of a J in the place of their eigenvectors.
+void SolveBlocks(HamScratch& s, double* vectors) {
+    QlMatrix a[kMaxBlocks];
+    const HamOp& ham = s.Ham[0];
+    for (int b = 0; b < s.Blocks.Num; ++b) {
+        const int N = s.Blocks.Block[b].N;
+        a[b] = {VecLd(N),
+                N,
+                s.Erg_Vec.Data() + s.First[b],
+                s.od_vec.Data() + s.First[b],
+                vectors + s.Blocks.Vec[b],
+                0};
+        if (ham.Width <= 1) {
+            FillTridiagonal(ham, s.First[b], a[b]);
+        } else {
+            FillLowerTriangle(ham, s.First[b], a[b]);
+            tred2(a[b].Nm, N, a[b].Z, a[b].D, a[b].E, a[b].Z);
+        }
+    }
+    tql2({a, static_cast<std::size_t>(s.Blocks.Num)});  // what does not converge stays as it is
+    for (int b = 0; b < s.Blocks.Num; ++b) FixSigns(a[b]);
+}
+
+void ListVectors(int state, int J, HamScratch& s) {
     if (J < Kiv.Vec_Print_J_Min || J > Kiv.Vec_Print_J_Max) return;
     const std::size_t level = static_cast<std::size_t>(J) * J;
-    PrntEigVec(J, &Kiv.Ka_Vector[state][level], &Kiv.Kc_Vector[state][level],
-               Kiv.HamErgReal_Vector[state].Data() + VecOffset(J));
+    ExpandVectors(state, J, Kiv.HamErgReal_Vector[state], s.H2V_Matrix.Data());
+    PrntEigVec(J, &Kiv.Ka_Vector[state][level], &Kiv.Kc_Vector[state][level], s.H2V_Matrix.Data());
 }
 
 }  // namespace
@@ -79,13 +112,11 @@ int RHamSoln(int state) {
             ListMatrix(state, J, false);
             LogPut("\n");
         }
-        for (int b = 0; b < scratch.Num_Blocks; ++b) SolveBlock(scratch, b);
+        SolveBlocks(scratch, VecStart(Kiv.HamErgReal_Vector[state], J));
         RankLevels(state, J, scratch);
-        StoreVectors(J, scratch, scratch.H2V_Matrix.Data(),
-                     Kiv.HamErgReal_Vector[state].Data() + VecOffset(J));
         if (Kiv.Dev_On == 1) RDevCalc(state, J, J * J, scratch);
         ListEnergies(state, J);
-        ListVectors(state, J);
+        ListVectors(state, J, scratch);
     }
     return TraceExit("RHamSoln");
 }

@@ -1,5 +1,6 @@
 #include "output/LineSet.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
@@ -12,6 +13,7 @@
 #include "run/KivPhaseLog.h"
 #include "run/KivRecord.h"
 #include "run/KivTrace.h"
+#include "run/LineDev.h"
 
 namespace {
 
@@ -215,41 +217,18 @@ int PutAmplitudes(WholeFile& file, const LineWork& work) {
     return 1;
 }
 
-constexpr std::size_t kDevBlock = std::size_t{1} << 14;  // doubles gathered for one write
-constexpr std::int32_t kAhead = 16;                      // lines fetched ahead of their use
+constexpr std::size_t kDevBlock = std::size_t{1} << 14;  // doubles for one write
 
-// Derivatives of up to `room` lines, the first being line `n` of the ascending order, from the
-// highest frequency down. Returns the lines gathered.
-std::int32_t GatherDerivatives(const LineWork& work, std::int32_t n, std::int32_t room,
-                               std::size_t record, double* out) {
-    const double* dev = Kiv.FI_Sim_Dev.Data();
-    const std::int32_t* index = work.Index.Data();
-    const auto row = [&](std::int32_t k) {
-        return dev + static_cast<std::size_t>(index[k] - 1) * record;
-    };
-    std::int32_t num = 0;
-    for (; num < room && n > num; ++num) {
-        const std::int32_t k = n - 1 - num;
-        if (k >= kAhead) {
-            __builtin_prefetch(row(k - kAhead));
-            __builtin_prefetch(row(k - kAhead) + 8);
-        }
-        std::memcpy(out + static_cast<std::size_t>(num) * record, row(k), record * sizeof(double));
-    }
-    return num;
-}
-
-// By far the largest part of a line: the records go from the store to the file in sorted order,
-// while the store itself keeps the order of calculation.
-void PutDerivatives(WholeFile& file, const LineWork& work) {
+void PutDerivatives(WholeFile& file) {
     const auto record = static_cast<std::size_t>(NumDevLine());
     if (Kiv.Dev_On != 1 || record < 1) return;
     double block[kDevBlock];
-    const auto room = static_cast<std::int32_t>(kDevBlock / record);
-    for (std::int32_t left = Kiv.Num_Trs; left > 0;) {
-        const std::int32_t num = GatherDerivatives(work, left, room, record, block);
-        file.Put(block, static_cast<std::size_t>(num) * record * sizeof(double));
-        left -= num;
+    const std::size_t room = kDevBlock / record;
+    const auto num = static_cast<std::size_t>(Kiv.Num_Trs);
+    for (std::size_t first = 0; first < num; first += room) {
+        const std::size_t count = std::min(room, num - first);
+        for (std::size_t i = 0; i < count; ++i) LineDerivatives(first + i, block + i * record);
+        file.Put(block, count * record * sizeof(double));
     }
 }
 
@@ -292,7 +271,7 @@ int PutLines(WholeFile& file, LineWork& work) {
     PutArray(file, Kiv.FI_BT_Lbl, Kiv.Num_Trs);
     if (!SortSextuples(work, Kiv.FI_JKK_Lbl)) return 0;
     PutArray(file, Kiv.FI_JKK_Lbl, std::int64_t{6} * Kiv.Num_Trs);
-    PutDerivatives(file, work);
+    PutDerivatives(file);
     if (!PutEnergies(file, work)) return 0;
     PutCovariance(file);
     return 1;

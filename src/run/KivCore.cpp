@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "frames/EulerRot.h"
+#include "hamiltonian/LevelVectors.h"
 #include "run/KivRecord.h"
 #include "run/KivTrace.h"
 #include "transitions/DirCos.h"
@@ -41,11 +42,6 @@ std::int64_t CountLevels(std::int64_t max_J) {
     const std::int64_t levels = (max_J + 2) * max_J + 1;
     const bool fits = max_J >= 0 && levels <= std::numeric_limits<std::int32_t>::max();
     return fits ? levels : -1;
-}
-
-// Sum of (2J+1)^2 over J = 0..max_J.
-std::int64_t CountComponents(std::int64_t max_J) {
-    return (max_J + 1) * (2 * max_J + 1) * (2 * max_J + 3) / 3;
 }
 
 // A term that only a complex Hamiltonian can hold.
@@ -112,7 +108,7 @@ int AllocState(int state) {
         ArrAlloc(Kiv.Sym_Vector[state], levels) < 0) {
         return CoreFail("KivCoreAlloc()/Ka_Vector/Kc_Vector");
     }
-    const std::int64_t components = CountComponents(Kiv.Max_J);
+    const std::int64_t components = VecLength(Kiv.Max_J);
     if (ArrAlloc(Kiv.HamErgReal_Vector[state], components) < 0) {
         return CoreFail("KivCoreAlloc()/HamErgReal_Vector");
     }
@@ -174,7 +170,6 @@ void FreeStore() {
     ArrFree(Kiv.FI_Asn_Idx);
     ArrFree(Kiv.FI_JKK_Lbl);
     for (auto& index : Kiv.FI_Erg_Idx) ArrFree(index);
-    ArrFree(Kiv.FI_Sim_Dev);
 }
 
 void FreeAssignments() {

@@ -232,7 +232,6 @@ struct KivRecord {
     KivArray<std::int32_t> FI_Asn_Idx;     // assignment of the k-th match
     KivArray<std::int16_t> FI_JKK_Lbl;     // J', Ka', Kc', J'', Ka'', Kc'' a line
     KivArray<std::int32_t> FI_Erg_Idx[2];  // level indices; the upper one in ground-only runs
-    KivArray<double> FI_Sim_Dev;           // Num_Dev[0] + Num_Dev[1] derivatives a line
 
     KivStart Start;
 

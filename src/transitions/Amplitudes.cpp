@@ -2,52 +2,93 @@
 
 #include <algorithm>
 
-#include "hamiltonian/Levels.h"
 #include "run/KivRecord.h"
 #include "run/KivTrace.h"
 #include "run/Simd.h"
 
 namespace {
 
-// Components of a step of the dot products: two partial sums of four lanes each, in fixed order.
-constexpr int kDotStep = 8;
+constexpr double kSqrtTwo = 1.41421356237309504880;
+constexpr double kSqrtHalf = 0.70710678118654752440;
 
-// Zeros before and after the components of a lower level: K'' = K' -+ 1 with K' up to J'' + 1.
-constexpr int kPad = 3;
-
-int RoundUp(int n) { return (n + kDotStep - 1) / kDotStep * kDotStep; }
-
-struct DotRows {
-    const double* Weights;
-    const double* Rows;
-    int Stride;
-    std::span<const std::int32_t> Ranks;
-    double* Out;  // by rank
+// Weights of all components: Plus c(m), and Minus c(m - Back) where there is a Minus.
+struct WeightRun {
+    const double* Plus;
+    const double* Minus;  // null: none
+    const double* Lower;
+    int Back;
+    int Num;  // filled up to whole vectors
+    double* Weight;
 };
 
-KIV_INLINE void DotRowsBody(const DotRows& d) {
-    const double* row = d.Rows;
-    for (const std::int32_t rank : d.Ranks) {
-        d.Out[rank] = DotProduct(d.Weights, row, d.Stride);
-        row += d.Stride;
+template <class Vec>
+KIV_INLINE void WeighBody(const WeightRun& run) {
+    constexpr int kWidth = sizeof(Vec) / sizeof(double);
+    for (int m = 0; m < run.Num; m += kWidth) {
+        Vec plus, c;
+        LoadVec(plus, run.Plus + m);
+        LoadVec(c, run.Lower + m);
+        Vec weight = plus * c;
+        if (run.Minus) {
+            Vec minus;
+            LoadVec(minus, run.Minus + m);
+            LoadVec(c, run.Lower + m - run.Back);
+            weight += minus * c;
+        }
+        StoreVec(run.Weight + m, weight);
     }
 }
 
-void DotRowsBase(const DotRows& d) { DotRowsBody(d); }
+KIV_KERNEL(Weigh, WeightRun)
 
-#ifdef KIV_HAVE_AVX2
-KIV_TARGET_AVX2 void DotRowsAvx2(const DotRows& d) { DotRowsBody(d); }
-#endif
+// Out[j] = sum over m of Weight[m] Rows[m Ld + j], in ascending m.
+struct SumRun {
+    const double* Weight;
+    const double* Rows;
+    int Ld;
+    int Num_Rows;
+    int Num;  // levels; filled up to whole vectors
+    double* Out;
+};
 
-void ComputeDots(const DotRows& d) {
-#ifdef KIV_HAVE_AVX2
-    if (CpuHasAvx2()) return DotRowsAvx2(d);
-#endif
-    DotRowsBase(d);
+template <class Vec, int W>
+KIV_INLINE void SumColumns(const SumRun& run, int j) {
+    constexpr int kWidth = sizeof(Vec) / sizeof(double);
+    Vec sum[W] = {};
+    const double* row = run.Rows + j;
+    for (int m = 0; m < run.Num_Rows; ++m, row += run.Ld) {
+        const double weight = run.Weight[m];
+        for (int w = 0; w < W; ++w) {
+            Vec x;
+            LoadVec(x, row + kWidth * w);
+            sum[w] += weight * x;
+        }
+    }
+    for (int w = 0; w < W; ++w) StoreVec(run.Out + j + kWidth * w, sum[w]);
 }
+
+template <class Vec>
+KIV_INLINE void SumRowsBody(const SumRun& run) {
+    constexpr int kStep = kVecStep * sizeof(double) / sizeof(Vec);  // vectors of 8 levels
+    int j = 0;
+    for (; j + 3 * kVecStep < run.Num; j += 4 * kVecStep) SumColumns<Vec, 4 * kStep>(run, j);
+    if (j + 2 * kVecStep < run.Num) return SumColumns<Vec, 3 * kStep>(run, j);
+    if (j + kVecStep < run.Num) return SumColumns<Vec, 2 * kStep>(run, j);
+    if (j < run.Num) SumColumns<Vec, kStep>(run, j);
+}
+
+KIV_KERNEL(SumRows, SumRun)
 
 int Take(KivArray<double>& arr, std::int64_t num, const char* what) {
     return ArrAlloc(arr, num) > 0 ? 1 : CoreFail(what);
+}
+
+// What the product of the components of two folded functions stands for: K' > 0 counts twice,
+// since -K' contributes the same, and each K other than 0 brings a factor of 1/sqrt(2).
+double FoldScale(const SymBlock& to, int K_upper, int K_lower) {
+    if (!to.Folded) return 1.0;
+    if (K_upper > 0) return K_lower != 0 ? 1.0 : kSqrtTwo;
+    return K_lower != 0 ? kSqrtHalf : 1.0;
 }
 
 }  // namespace
@@ -55,142 +96,144 @@ int Take(KivArray<double>& arr, std::int64_t num, const char* what) {
 int AmplitudeCalc::Init() {
     Complex = Kiv.Cplx_Ham == 1;
     Kept = Kiv.Sym_Kept[ST_GND] & Kiv.Sym_Kept[ST_EXC];
+    if (!Lower.Init(ST_GND, Kept)) return 0;
+    for (UpperLevels& upper : Upper) {
+        if (!upper.Init(Kept)) return 0;
+    }
     const std::int64_t n = 2 * std::int64_t{Kiv.Max_J} + 1;
-    const std::int64_t row = n + kDotStep;
+    const std::int64_t room = RowLd(static_cast<int>(n)) + 3 * kVecStep;
     for (KivArray<double>* arr : {&Factors.Level, &Factors.Up, &Factors.Down}) {
         if (!Take(*arr, n, "AmplitudeCalc()/Factors")) return 0;
     }
+    for (auto& couplings : Couplings) {
+        for (Coupling& coupling : couplings) {
+            if (!Take(coupling.Plus, room, "AmplitudeCalc()/Coupling") ||
+                !Take(coupling.Minus, room, "AmplitudeCalc()/Coupling")) {
+                return 0;
+            }
+        }
+    }
     const int parts = Complex ? 2 : 1;
     for (int part = 0; part < parts; ++part) {
-        for (UpperLevels& upper : Upper) {
-            KivArray<double>& rows = part == 0 ? upper.Real : upper.Imag;
-            if (!Take(rows, n * row, "AmplitudeCalc()/Upper")) return 0;
-        }
-        if (!Take(part == 0 ? Lower_Real : Lower_Imag, n + 2 * kPad, "AmplitudeCalc()/Lower") ||
-            !Take(part == 0 ? Weight_Real : Weight_Imag, row, "AmplitudeCalc()/Weight")) {
+        if (!Take(part == 0 ? Weight_Real : Weight_Imag, room, "AmplitudeCalc()/Weight") ||
+            !Take(part == 0 ? Sum_Real : Sum_Imag, room, "AmplitudeCalc()/Sum")) {
             return 0;
         }
         for (int type = 0; type < NUM_BANDS; ++type) {
             KivArray<double>& amp = part == 0 ? Amp.Real[type] : Amp.Imag[type];
-            if (!Take(amp, n, "AmplitudeCalc()/Amp")) return 0;
+            if (!Take(amp, room, "AmplitudeCalc()/Amp")) return 0;
         }
     }
-    if (Complex && !Take(Cross, n, "AmplitudeCalc()/Cross")) return 0;
-    for (UpperLevels& upper : Upper) {
-        if (ArrAlloc(upper.Rank, n) < 0) return CoreFail("AmplitudeCalc()/Rank");
-    }
-    return 1;
+    return Complex ? Take(Cross, room, "AmplitudeCalc()/Cross") : 1;
 }
 
 void AmplitudeCalc::SetBranch(int J_lower, int J_upper) {
     Jl = J_lower;
     Ju = J_upper;
     FillBranch(Jl, Ju, Factors);
+    Lower.Load(Jl);
     Now = &Upper[Ju % 3];
-    if (Now->J != Ju) PackUpper(*Now);
+    Now->Load(Ju);
+    for (int c = 0; c < Lower.NumClasses(); ++c) {
+        Partner_Classes[c] = 0;
+        for (int type = 0; type < NUM_BANDS; ++type) Couple(static_cast<BandType>(type), c);
+    }
 }
 
-void AmplitudeCalc::PackUpper(UpperLevels& upper) {
-    const int n = 2 * Ju + 1;
-    const std::uint8_t* odd = Kiv.Sym_Vector[ST_EXC].Data() + static_cast<std::size_t>(Ju) * Ju;
-    upper.J = Ju;
-    upper.Num_Classes = MakeSymBlocks(Kept, Ju, upper.Class);
-    int largest = 0;
-    for (int c = 0; c < upper.Num_Classes; ++c) largest = std::max(largest, upper.Class[c].N);
-    upper.Stride = RoundUp(largest);
-    int row = 0;
-    for (int c = 0; c < upper.Num_Classes; ++c) {
-        const SymBlock& block = upper.Class[c];
-        upper.First[c] = row;
-        for (int rank = 0; rank < n; ++rank) {
-            if ((odd[rank] & Kept) != block.Odd) continue;
-            const std::int64_t vec = VecOffset(Ju) + std::int64_t{rank} * n + Ju;
-            for (int part = 0; part < (Complex ? 2 : 1); ++part) {
-                const double* v = part == 0 ? Kiv.HamErgReal_Vector[ST_EXC].Data() + vec
-                                            : Kiv.HamErgImag_Vector[ST_EXC].Data() + vec;
-                double* out = (part == 0 ? upper.Real : upper.Imag).Data() +
-                              static_cast<std::size_t>(row) * upper.Stride;
-                for (int m = 0; m < block.N; ++m) out[m] = v[block.K(m)];
-                std::fill(out + block.N, out + upper.Stride, 0.0);
-            }
-            upper.Rank[row++] = rank;
+void AmplitudeCalc::Couple(BandType type, int lower_class) {
+    Coupling& coupling = Couplings[type][lower_class];
+    coupling.Upper_Class = -1;
+    if (Kiv.Band_Active[type] != 1) return;
+    const SymBlock& from = Lower.Class(lower_class);
+    const std::uint8_t odd = (from.Odd ^ kMomentOdd[type]) & Kept;
+    const ClassLevels& upper = Now->Levels();
+    for (int c = 0; c < upper.NumClasses(); ++c) {
+        if (upper.Class(c).Odd != odd) continue;
+        coupling.Upper_Class = c;
+        Partner_Classes[lower_class] |= 1U << c;
+        FillCoupling(type, from, upper.Class(c), coupling);
+    }
+}
+
+void AmplitudeCalc::FillCoupling(BandType type, const SymBlock& from, const SymBlock& to,
+                                 Coupling& coupling) {
+    const int step = type == BAND_A ? 0 : 1;  // K'' - K' of Plus
+    const double sign = type == BAND_B ? -1.0 : 1.0;
+    const KivArray<double>& up = type == BAND_A ? Factors.Level : Factors.Up;
+    coupling.Shift = (to.K0 + step - from.K0) / to.Step;
+    coupling.Back = 2 / to.Step;
+    coupling.Has_Minus = step != 0;
+    const auto takes_part = [&](int m) { return m >= 0 && m < from.N; };
+    for (int m = 0; m < VecLd(to.N); ++m) {
+        coupling.Plus[m] = coupling.Minus[m] = 0.0;
+        if (m >= to.N) continue;
+        const int K = to.K(m), k = K + Ju;
+        if (takes_part(m + coupling.Shift)) coupling.Plus[m] = FoldScale(to, K, K + step) * up[k];
+        if (step == 0) continue;
+        if (to.Folded && K == 0) {  // K'' = -1 is the function of K'' = 1
+            if (!takes_part(m + coupling.Shift)) continue;
+            coupling.Plus[m] += sign * from.T(1) * FoldScale(to, K, 1) * Factors.Down[k];
+        } else if (takes_part(m + coupling.Shift - coupling.Back)) {
+            coupling.Minus[m] = sign * FoldScale(to, K, K - 1) * Factors.Down[k];
         }
-        upper.Num_Levels[c] = row - upper.First[c];
     }
 }
 
-void AmplitudeCalc::LoadLower(int rank) {
-    const int n = 2 * Jl + 1;
-    const std::int64_t vec = VecOffset(Jl) + std::int64_t{rank} * n;
+void AmplitudeCalc::FillWeights(const Coupling& coupling, int lower_class, int index) {
+    const int num = VecLd(Now->Levels().Class(coupling.Upper_Class).N);
     for (int part = 0; part < (Complex ? 2 : 1); ++part) {
-        KivArray<double>& lower = part == 0 ? Lower_Real : Lower_Imag;
-        const KivArray<double>& source =
-            part == 0 ? Kiv.HamErgReal_Vector[ST_GND] : Kiv.HamErgImag_Vector[ST_GND];
-        std::fill_n(lower.Data(), kPad, 0.0);
-        std::copy_n(source.Data() + vec, n, lower.Data() + kPad);
-        std::fill_n(lower.Data() + kPad + n, kPad, 0.0);
-    }
-    Lower_Odd = Kiv.Sym_Vector[ST_GND][static_cast<std::size_t>(Jl) * Jl + rank];
-}
-
-void AmplitudeCalc::FillWeights(BandType type, const SymBlock& block) {
-    const double down_sign = type == BAND_B ? -1.0 : 1.0;
-    for (int part = 0; part < (Complex ? 2 : 1); ++part) {
-        // component K'' at [Jl + K''], read from -Jl-3 to Jl+3
-        const double* lower = (part == 0 ? Lower_Real : Lower_Imag).Data() + kPad + Jl;
-        double* weight = (part == 0 ? Weight_Real : Weight_Imag).Data();
-        for (int m = 0; m < block.N; ++m) {
-            const int K = block.K(m);
-            const double w = type == BAND_A ? Factors.Level[K + Ju] * lower[K]
-                                            : Factors.Up[K + Ju] * lower[K + 1] +
-                                                  down_sign * (Factors.Down[K + Ju] * lower[K - 1]);
-            weight[m] = block.Folded && K > 0 ? 2.0 * w : w;  // K' and -K' contribute the same
-        }
-        std::fill(weight + block.N, weight + Now->Stride, 0.0);
+        const double* lower =
+            part == 0 ? Lower.Real(lower_class, index) : Lower.Imag(lower_class, index);
+        Weigh({coupling.Plus.Data(), coupling.Has_Minus ? coupling.Minus.Data() : nullptr,
+               lower + coupling.Shift, coupling.Back, num,
+               (part == 0 ? Weight_Real : Weight_Imag).Ptr.get()});
     }
 }
 
-void AmplitudeCalc::Dots(BandType type, int cls, int first, int last) {
-    const std::int32_t* ranks = Now->Rank.Data() + Now->First[cls];
-    const std::int32_t* end = ranks + Now->Num_Levels[cls];
-    const std::int32_t* begin = std::lower_bound(ranks, end, first);
-    const std::span<const std::int32_t> list(begin, std::lower_bound(begin, end, last));
-    const std::size_t row = static_cast<std::size_t>(begin - Now->Rank.Data()) * Now->Stride;
-    const auto dots = [&](const KivArray<double>& weight, const KivArray<double>& rows,
-                          double* out) {
-        ComputeDots({weight.Data(), rows.Data() + row, Now->Stride, list, out});
+// The amplitudes with levels first..last-1 of the upper class.
+void AmplitudeCalc::SumComponents(const Coupling& coupling, int first, int last) {
+    const int c = coupling.Upper_Class, N = Now->Levels().Class(c).N;
+    const auto sum = [&](const KivArray<double>& weight, const double* rows, double* out) {
+        SumRows({weight.Data(), rows + first, RowLd(N), N, last - first, out});
     };
-    double* real = Amp.Real[type].Data();
-    dots(Weight_Real, Now->Real, real);
+    double* real = Sum_Real.Data();
+    sum(Weight_Real, Now->Real(c), real);
     if (!Complex) return;
-    // (x'' + i y'')(x' - i y'): the cross products go through one row of scratch
-    double* imag = Amp.Imag[type].Data();
+    // (x'' + i y'')(x' - i y')
+    double* imag = Sum_Imag.Data();
     double* cross = Cross.Data();
-    dots(Weight_Imag, Now->Imag, cross);
-    for (const std::int32_t rank : list) real[rank] += cross[rank];
-    dots(Weight_Imag, Now->Real, imag);
-    dots(Weight_Real, Now->Imag, cross);
-    for (const std::int32_t rank : list) imag[rank] -= cross[rank];
-    if (type != BAND_C) return;
-    for (const std::int32_t rank : list) {
-        const double re = real[rank];
-        real[rank] = -imag[rank];
-        imag[rank] = re;
-    }
+    sum(Weight_Imag, Now->Imag(c), cross);
+    for (int j = 0; j < last - first; ++j) real[j] += cross[j];
+    sum(Weight_Imag, Now->Real(c), imag);
+    sum(Weight_Real, Now->Imag(c), cross);
+    for (int j = 0; j < last - first; ++j) imag[j] -= cross[j];
 }
 
-void AmplitudeCalc::Compute(int rank, int first, int last) {
-    LoadLower(rank);
+void AmplitudeCalc::Compute(int rank, const PartnerList& list, int first, int last) {
+    const int c_lower = Lower.ClassOf(rank), place = list.Below[first];
+    const int num = list.Below[last] - place;
+    const ClassLevels& upper = Now->Levels();
     for (int type = 0; type < NUM_BANDS; ++type) {
-        std::fill(&Amp.Real[type][first], &Amp.Real[type][first] + (last - first), 0.0);
-        if (Complex)
-            std::fill(&Amp.Imag[type][first], &Amp.Imag[type][first] + (last - first), 0.0);
-        if (Kiv.Band_Active[type] != 1) continue;
-        const std::uint8_t odd = (Lower_Odd ^ kMomentOdd[type]) & Kept;
-        for (int c = 0; c < Now->Num_Classes; ++c) {
-            if (Now->Class[c].Odd != odd) continue;
-            FillWeights(static_cast<BandType>(type), Now->Class[c]);
-            Dots(static_cast<BandType>(type), c, first, last);
+        double* real = Amp.Real[type].Data();
+        double* imag = Amp.Imag[type].Data();
+        std::fill_n(real, num, 0.0);
+        if (Complex) std::fill_n(imag, num, 0.0);
+        const Coupling& coupling = Couplings[type][c_lower];
+        const int c = coupling.Upper_Class;
+        if (c < 0) continue;
+        const int j0 = upper.Below(c, first), j1 = upper.Below(c, last);
+        if (j0 == j1) continue;
+        const std::int32_t* places = list.PlaceOf + upper.First(c);
+        FillWeights(coupling, c_lower, Lower.IndexOf(rank));
+        SumComponents(coupling, j0, j1);
+        for (int j = j0; j < j1; ++j) {
+            const int at = places[j] - place;
+            if (!Complex) {
+                real[at] = Sum_Real[j - j0];
+            } else {
+                real[at] = type == BAND_C ? -Sum_Imag[j - j0] : Sum_Real[j - j0];
+                imag[at] = type == BAND_C ? Sum_Real[j - j0] : Sum_Imag[j - j0];
+            }
         }
     }
 }

@@ -1,19 +1,17 @@
-// Line amplitudes: sums over |J,K> components of the two levels, as contiguous dot products.
+// Line amplitudes: sums over |J,K> components of the two levels.
 //
 // For one lower level and one band type the sum over K'' is done first, which gives a weight for
-// every upper component; an amplitude is then the dot product of the weights with the upper
-// level's components. Upper levels are packed by symmetry class, so that a dot product runs over
-// the components that can differ from zero, and only classes that symmetry allows are visited.
+// every upper component; the amplitudes with all upper levels of a class then grow component by
+// component, several levels at a time. Only classes that symmetry allows are visited.
 //
 // Real eigenvectors: S = sum W c'. Complex: S = sum W conj(c'), with the factor i of the c type.
 #pragma once
 
 #include <cstdint>
-#include <span>
 
-#include "hamiltonian/Symmetry.h"
 #include "run/KivArray.h"
 #include "transitions/DirCos.h"
+#include "transitions/UpperLevels.h"
 
 enum BandType : int { BAND_A, BAND_B, BAND_C, NUM_BANDS };
 
@@ -21,22 +19,10 @@ enum BandType : int { BAND_A, BAND_B, BAND_C, NUM_BANDS };
 constexpr std::uint8_t kMomentOdd[NUM_BANDS] = {SYM_C2B | SYM_C2C, SYM_C2A | SYM_C2C,
                                                 SYM_C2A | SYM_C2B};
 
-/// The levels of one J' of the excited state by symmetry class; components as in SymBlock.
-struct UpperLevels {
-    int J = -1;
-    int Stride = 0;  // components a row, padded with zeros to a multiple of kDotStep
-    SymBlock Class[kMaxBlocks];
-    int Num_Classes = 0;
-    int First[kMaxBlocks] = {};       // row of a class's first level
-    int Num_Levels[kMaxBlocks] = {};  // levels of a class
-    KivArray<std::int32_t> Rank;      // energy rank of each row, ascending in a class
-    KivArray<double> Real, Imag;      // components, row by row
-};
-
-/// Amplitudes of one lower level with the upper levels of J', by energy rank.
+/// Amplitudes of one lower level with upper levels that follow each other in a list.
 struct Amplitudes {
     KivArray<double> Real[NUM_BANDS];
-    KivArray<double> Imag[NUM_BANDS];
+    KivArray<double> Imag[NUM_BANDS];  // complex runs only
 };
 
 class AmplitudeCalc {
@@ -47,27 +33,45 @@ class AmplitudeCalc {
     /// Makes `J_upper` the excited J, `J_lower` the ground-state J of the following levels.
     void SetBranch(int J_lower, int J_upper);
 
-    /// Computes the amplitudes of lower level `rank` with the upper levels first..last-1 for the
-    /// active band types. Those that symmetry forbids are exactly 0.0.
-    void Compute(int rank, int first, int last);
+    /// The upper levels that symmetry and the active band types leave to lower level `rank`.
+    const PartnerList& Partners(int rank) { return Now->Partners(Partner_Classes[ClassOf(rank)]); }
+
+    /// All upper levels.
+    const PartnerList& AllPartners() { return Now->Partners((1U << kMaxBlocks) - 1); }
+
+    /// Computes the amplitudes of lower level `rank` with the levels of `list` of energy ranks
+    /// first..last-1 for the active band types, from Result().Real[..][0] on. Those that symmetry
+    /// forbids are exactly 0.0.
+    void Compute(int rank, const PartnerList& list, int first, int last);
 
     const Amplitudes& Result() const { return Amp; }
 
   private:
-    void PackUpper(UpperLevels& upper);
-    void LoadLower(int rank);
-    void FillWeights(BandType type, const SymBlock& block);
-    void Dots(BandType type, int cls, int first, int last);
+    /// Weight m of a pair of classes is Plus[m] c(m + Shift) + Minus[m] c(m + Shift - Back), c
+    /// being the components of the lower level.
+    struct Coupling {
+        int Upper_Class = -1;  // -1: the type does not lead away from the class
+        bool Has_Minus = false;
+        int Shift = 0, Back = 0;
+        KivArray<double> Plus, Minus;
+    };
+
+    int ClassOf(int rank) const { return Lower.ClassOf(rank); }
+    void Couple(BandType type, int lower_class);
+    void FillCoupling(BandType type, const SymBlock& from, const SymBlock& to, Coupling& coupling);
+    void FillWeights(const Coupling& coupling, int lower_class, int index);
+    void SumComponents(const Coupling& coupling, int first, int last);
 
     bool Complex = false;
     std::uint8_t Kept = 0;  // rotations that both states keep
-    int Jl = 0, Ju = 0;
-    std::uint8_t Lower_Odd = 0;
+    int Jl = -1, Ju = -1;
     BranchFactors Factors;
+    ClassLevels Lower;
     UpperLevels Upper[3];  // three consecutive J', by J' modulo 3
     UpperLevels* Now = nullptr;
-    KivArray<double> Lower_Real, Lower_Imag;  // components of the lower level, zeros around them
+    Coupling Couplings[NUM_BANDS][kMaxBlocks];  // by class of the lower level
+    unsigned Partner_Classes[kMaxBlocks] = {};
     KivArray<double> Weight_Real, Weight_Imag;
-    KivArray<double> Cross;  // cross products of the complex case, by rank
+    KivArray<double> Sum_Real, Sum_Imag, Cross;  // amplitudes with the levels of one class
     Amplitudes Amp;
 };

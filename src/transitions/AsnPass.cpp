@@ -10,6 +10,7 @@
 #include "transitions/LineMatch.h"
 #include "transitions/LineStore.h"
 #include "transitions/PairRules.h"
+#include "transitions/UpperLevels.h"
 
 namespace {
 
@@ -99,6 +100,25 @@ std::int64_t CountNegative() {
     return num;
 }
 
+int PutLine(LineStore& store, const Pair& p) {
+    constexpr std::int32_t kOnly = 0;
+    constexpr float kNone = 0.0F;
+    const std::int32_t rank = p.Upper_Rank;
+    const std::uint64_t label =
+        UpperLabel(p.Ju, Kiv.Ka_Vector[ST_EXC][p.Upper()], Kiv.Kc_Vector[ST_EXC][p.Upper()]);
+    const double position = Position(p);
+    store.SetLower(p.Jl, p.Lower());
+    return store.Put({p.Ju,
+                      &rank,
+                      &label,
+                      &position,
+                      &kNone,
+                      "C",
+                      {&kNone, &kNone, &kNone},
+                      {&kNone, &kNone, &kNone}},
+                     {&kOnly, 1});
+}
+
 bool HasAnyLine(const LineMatch& match) {
     for (std::int32_t k = match.First(); k < match.Last(); ++k) {
         const Pair p = PairOf(Kiv.AsnQN_Vector[k]);
@@ -113,7 +133,6 @@ AsnPass CalcAssigned() {
     LineMatch match;
     if (DebugIsOn(DBG_II) || !HasAnyLine(match)) return AsnPass::Not_Enough;
     LineStore store;
-    if (!store.Init()) return AsnPass::Failed;
     std::uint64_t previous = 0;
     for (std::int32_t k = match.First(); k < match.Last(); ++k) {
         const std::uint64_t key = Kiv.AsnQN_Vector[k];
@@ -126,10 +145,7 @@ AsnPass CalcAssigned() {
             continue;
         }
         match.Keep(Kiv.Num_Trs);
-        store.SetLower(p.Jl, p.Lower());
-        LineValues line;
-        line.Position = Position(p);
-        if (!store.Put(p.Ju, p.Upper(), line)) return AsnPass::Failed;
+        if (!PutLine(store, p)) return AsnPass::Failed;
     }
     match.ReportBefore(LastKey());
     match.Finish();

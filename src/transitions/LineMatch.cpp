@@ -16,6 +16,10 @@ LineMatch::LineMatch()
     Kiv.Num_Rej = 0;
 }
 
+bool LineMatch::HasUpTo(std::uint64_t key) const {
+    return Cursor < End && Kiv.AsnQN_Vector[Cursor] <= key;
+}
+
 void LineMatch::ReportBefore(std::uint64_t key) {
     while (Cursor < End && Kiv.AsnQN_Vector[Cursor] < key) ReportMissing(Cursor++);
 }

@@ -16,8 +16,8 @@ class LineMatch {
     /// then used up. Call with ascending keys.
     bool Matches(std::uint64_t key) { return Cursor < End && MatchesNext(key); }
 
-    /// True when no assignment is left.
-    bool IsDone() const { return Cursor >= End; }
+    /// True when an assignment is left whose key is at most `key`.
+    bool HasUpTo(std::uint64_t key) const;
 
     /// Reports the assignments that stand before `key`.
     void ReportBefore(std::uint64_t key);

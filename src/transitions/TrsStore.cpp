@@ -45,8 +45,7 @@ int TrsOut(int mode) {
         TakeArray(mode, true, Kiv.FI_JKK_Lbl, 6, "TrsOut()/Kiv.FI_JKK_Lbl") &&
         TakeArray(mode, true, Kiv.FI_Erg_Idx[ST_GND], 1, "TrsOut()/Kiv.FI_Erg_Idx[ ST_GND ]") &&
         TakeArray(mode, Kiv.Gnd_Only == 1, Kiv.FI_Erg_Idx[ST_EXC], 1,
-                  "TrsOut()/Kiv.FI_Erg_Idx[ ST_EXC ]") &&
-        TakeArray(mode, Kiv.Dev_On == 1, Kiv.FI_Sim_Dev, devs, "TrsOut()/Kiv.FI_Sim_Dev");
+                  "TrsOut()/Kiv.FI_Erg_Idx[ ST_EXC ]");
     if (!taken) return 0;
     if (mode == 0 && Kiv.Dev_On == 1) ListDevSize(devs);
     return TraceExit("TrsOut");

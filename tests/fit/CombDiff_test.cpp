@@ -81,11 +81,15 @@ TEST_F(CombDiff, RowsAreSecondMinusFirstAndOutliersAreListed) {
     Kiv.Num_Dev[ST_GND] = Kiv.Num_Dev[ST_EXC] = 2;
     ArrAlloc(Kiv.FI_Sim_Erg, 5);
     ArrAlloc(Kiv.FI_JKK_Lbl, 30);
-    ArrAlloc(Kiv.FI_Sim_Dev, 20);
+    for (int state : {ST_GND, ST_EXC}) ArrAlloc(Kiv.HamDev_Vector[state], 2 * 16);
     for (int m = 0; m < 5; ++m) {
-        std::copy_n(lines[Kiv.FI_Asn_Idx[m]].Q, 6, &Kiv.FI_JKK_Lbl[6 * m]);
+        const int* q = lines[Kiv.FI_Asn_Idx[m]].Q;
+        std::copy_n(q, 6, &Kiv.FI_JKK_Lbl[6 * m]);
         Kiv.FI_Sim_Erg[m] = 100.0 * (m + 1) * (m + 1);
-        for (int j = 0; j < 4; ++j) Kiv.FI_Sim_Dev[4 * m + j] = 10.0 * m + (m + 1.0) * j;
+        const int level = q[3] * q[3] + q[3] + q[4] - q[5];
+        for (int j = 0; j < 2; ++j) {
+            Kiv.HamDev_Vector[ST_GND][2 * level + j] = -10.0 * m - (m + 1.0) * j;
+        }
     }
     Kiv.Fit_Stat = 3;
     Kiv.Uniform_Unc = 0;

@@ -2,6 +2,7 @@
 // that of the whole runs.
 #include "output/LineSet.h"
 
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
@@ -38,6 +39,16 @@ class LineSet : public KivTest {
         SetUpStore();
     }
 
+    static int LevelOf(const std::int16_t* q) { return q[0] * q[0] + q[0] + q[1] - q[2]; }
+
+    // The quantum numbers of the level with this index.
+    static void SetLower(int level, std::int16_t* q) {
+        const int J = static_cast<int>(std::sqrt(level)), rank = level - J * J;
+        q[0] = static_cast<std::int16_t>(J);
+        q[1] = static_cast<std::int16_t>((rank + 1) / 2);
+        q[2] = static_cast<std::int16_t>(J - rank / 2);
+    }
+
     // Four lines in the order of calculation, frequencies 30 10 40 20; sorted 40 30 20 10, that
     // is lines 2 0 3 1. Of three assignments the second found no line.
     static void SetUpStore() {
@@ -59,7 +70,12 @@ class LineSet : public KivTest {
         Fill(Kiv.FI_JKK_Lbl,
              {3, 0, 3, 2, 0, 2, 1, 0, 1, 0, 0, 0, 4, 1, 4, 3, 1, 3, 12, 3, 10, 120, 11, 110});
         Fill(Kiv.FI_Erg_Idx[ST_GND], {3, 1, 0, 2});
-        Fill(Kiv.FI_Sim_Dev, {-3.0, 3.5, -1.0, 1.5, -4.0, 4.5, -2.0, 2.5});
+        for (int state : {ST_GND, ST_EXC}) ArrAlloc(Kiv.HamDev_Vector[state], 121 * 121);
+        const double derivatives[4][2] = {{3.0, 3.5}, {1.0, 1.5}, {4.0, 4.5}, {2.0, 2.5}};
+        for (int n = 0; n < 4; ++n) {
+            Kiv.HamDev_Vector[ST_GND][LevelOf(&Kiv.FI_JKK_Lbl[6 * n + 3])] = derivatives[n][0];
+            Kiv.HamDev_Vector[ST_EXC][LevelOf(&Kiv.FI_JKK_Lbl[6 * n])] = derivatives[n][1];
+        }
         Fill(Kiv.HamErg_Vector[ST_GND], {0.0, 1.5, 2.0, 3.0});
         Fill(Kiv.HamErg_Vector[ST_EXC], {100.0, 101.5, 102.0, 103.0});
         Kiv.Num_Asn_Read = 3;
@@ -148,7 +164,7 @@ TEST_F(LineSet, TextListInInverseCentimetres) {
 }
 
 TEST_F(LineSet, LongListsCrossTheWriteBlocks) {
-    const int n = Kiv.Num_Trs = 20000;
+    const int n = Kiv.Num_Trs = 14000;
     Kiv.Num_Asn = 0;
     ArrAlloc(Kiv.FI_Sim_Erg, n);
     ArrAlloc(Kiv.FI_Sim_Itn, n);
@@ -156,17 +172,21 @@ TEST_F(LineSet, LongListsCrossTheWriteBlocks) {
     Fill(Kiv.FI_BT_Lbl, std::vector<char>(n, 'A'));
     ArrAlloc(Kiv.FI_JKK_Lbl, 6 * n);
     ArrAlloc(Kiv.FI_Erg_Idx[ST_GND], n);
-    ArrAlloc(Kiv.FI_Sim_Dev, 2 * n);
+    for (int level = 0; level < 121 * 121; ++level) Kiv.HamDev_Vector[ST_GND][level] = -1.0 - level;
+    Kiv.HamDev_Vector[ST_EXC][0] = 0.25;
     std::string text = "BT J'Ka'Kc'  J\"Ka\"Kc\"     ITN         OBL        CALC         OmC\n";
     std::string derivatives;
     for (int i = 0; i < n; ++i) {
         const int position = i * 2897 % n;
         Kiv.FI_Sim_Erg[i] = position * 1.25;
-        Kiv.FI_Sim_Dev[2 * i] = position;
-        char columns[32];
-        std::snprintf(columns, sizeof columns, "%12.4f%13s", i * 1.25, "\n");
-        text += std::string("A  0  0  0   0  0  0   0.0000      0.0000") + columns;
-        derivatives += F64({n - 1.0 - i, 0.0});
+        SetLower(position, &Kiv.FI_JKK_Lbl[6 * i + 3]);
+        std::int16_t q[3];
+        SetLower(i, q);
+        char row[96];
+        std::snprintf(row, sizeof row, "A  0  0  0 %3hd %2hd %2hd   0.0000      0.0000%12.4f%13s",
+                      q[0], q[1], q[2], i * 1.25, "\n");
+        text += row;
+        derivatives += F64({1.0 * n - i, 0.25});
     }
     ASSERT_EQ(TrsConvert("run"), 1);
     EXPECT_TRUE(ReadText("run.asc") == text);

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "hamiltonian/LevelVectors.h"
 #include "run/KivRecord.h"
 
 /// The asymmetric top of many checks: A, B, C = 10, 6.1, 4.3.
@@ -21,7 +22,6 @@ inline void SetTerm(int state, int prm, double value) {
 /// Sizes the level arrays of both states for Kiv.Max_J, real and imaginary.
 inline void AllocLevels() {
     const std::int64_t J = Kiv.Max_J, levels = (J + 1) * (J + 1);
-    const std::int64_t components = (J + 1) * (2 * J + 1) * (2 * J + 3) / 3;
     for (int state : {ST_GND, ST_EXC}) {
         Kiv.Num_Dev[state] = 0;
         for (int prm = 0; prm < NUM_HAM_PRM; ++prm) {
@@ -31,8 +31,8 @@ inline void AllocLevels() {
         ArrAlloc(Kiv.Ka_Vector[state], levels);
         ArrAlloc(Kiv.Kc_Vector[state], levels);
         ArrAlloc(Kiv.Sym_Vector[state], levels);
-        ArrAlloc(Kiv.HamErgReal_Vector[state], components);
-        ArrAlloc(Kiv.HamErgImag_Vector[state], components);
+        ArrAlloc(Kiv.HamErgReal_Vector[state], VecLength(J));
+        ArrAlloc(Kiv.HamErgImag_Vector[state], VecLength(J));
         ArrAlloc(Kiv.HamDev_Vector[state], levels * Kiv.Num_Dev[state]);
     }
 }
