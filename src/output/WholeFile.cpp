@@ -31,6 +31,17 @@ bool TakeOver(int fd, const struct stat& old) {
     return fchmod(fd, old.st_mode & kPermissions) == 0;
 }
 
+// Lets two files change their names in one step, where the system can. Some file systems write a
+// file to the disk before they let it replace another one, which takes longer than to calculate it;
+// of two that change places neither is lost.
+bool ChangePlaces(const std::string& made, const std::string& old) {
+#ifdef RENAME_EXCHANGE
+    return renameat2(AT_FDCWD, made.c_str(), AT_FDCWD, old.c_str(), RENAME_EXCHANGE) == 0;
+#else
+    return false;
+#endif
+}
+
 // For a file of another file system: a copy beside the target, which can be renamed.
 bool CopyOver(const std::string& made, const std::string& target) {
     WholeFile copy;
@@ -53,6 +64,7 @@ WholeFile::~WholeFile() { GiveUp(); }
 bool WholeFile::Open(const std::string& name, Kind kind) {
     GiveUp();
     Failed = false;
+    Written = 0;
     How = kind;
     Target = name;
     struct stat now;
@@ -87,6 +99,14 @@ bool WholeFile::OpenInPlace() {
     return Fd >= 0;
 }
 
+void WholeFile::Expect(std::size_t bytes) {
+#ifdef FALLOC_FL_KEEP_SIZE
+    Reserved = fallocate(Fd, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(bytes)) == 0;
+#else
+    static_cast<void>(bytes);
+#endif
+}
+
 void WholeFile::Put(const void* data, std::size_t bytes) {
     const char* next = static_cast<const char*>(data);
     while (bytes > 0 && !Failed) {
@@ -94,6 +114,7 @@ void WholeFile::Put(const void* data, std::size_t bytes) {
         if (written > 0) {
             next += written;
             bytes -= static_cast<std::size_t>(written);
+            Written += static_cast<std::size_t>(written);
         } else if (written == 0 || errno != EINTR) {
             Failed = true;
         }
@@ -108,6 +129,8 @@ std::FILE* WholeFile::Stream() {
 // True when everything has been written.
 bool WholeFile::Close() {
     if (Fp && (std::fflush(Fp) != 0 || std::ferror(Fp) != 0)) Failed = true;
+    if (Reserved && !Failed && ftruncate(Fd, static_cast<off_t>(Written)) != 0) Failed = true;
+    Reserved = false;
     // In place, an empty file at least cannot be mistaken for a whole one.
     if (Failed && Temp.empty() && ftruncate(Fd, 0) != 0) errno = 0;
     const int closed = Fp ? std::fclose(Fp) : close(Fd);
@@ -120,8 +143,9 @@ bool WholeFile::Keep() {
     if (Fd < 0) return false;
     const bool whole = Close();
     if (Temp.empty()) return whole;
-    const bool kept = whole && std::rename(Temp.c_str(), Target.c_str()) == 0;
-    if (!kept) unlink(Temp.c_str());
+    const bool changed = whole && How == Kind::Result && ChangePlaces(Temp, Target);
+    const bool kept = changed || (whole && std::rename(Temp.c_str(), Target.c_str()) == 0);
+    if (changed || !kept) unlink(Temp.c_str());
     Mark.Clear();
     return kept;
 }

@@ -17,7 +17,8 @@
 
 struct WholeFile {
     enum class Kind {
-        Result,   // can be made again; written directly in a folder that takes no new files
+        Result,   // can be made again; written directly in a folder that takes no new files, and
+                  // not forced to the disk when it takes the place of an old one
         Precious  // never written directly over an old one
     };
 
@@ -29,6 +30,10 @@ struct WholeFile {
 
     /// Starts a new file for `name`. False when it cannot be written.
     bool Open(const std::string& name, Kind kind = Kind::Result);
+
+    /// Announces the size of the file, which may be an estimate: the room is reserved where the
+    /// system can, which makes writing faster.
+    void Expect(std::size_t bytes);
 
     /// Appends `bytes` bytes. After a failure nothing more is written and Keep fails.
     void Put(const void* data, std::size_t bytes);
@@ -53,6 +58,8 @@ struct WholeFile {
     int Fd = -1;
     std::FILE* Fp = nullptr;  // over Fd, when a stream was asked for
     bool Failed = false;
+    bool Reserved = false;    // there may be room behind what is written
+    std::size_t Written = 0;  // bytes
 };
 
 /// Puts the complete file `made` in the place of `name`, in one step: until then, and whenever it
