@@ -31,7 +31,7 @@ using Blocks = std::vector<Tridiagonal>;
 std::vector<Blocks> RealBlocks() {
     std::vector<Blocks> all;
     HamScratch scratch;
-    if (!RHamInit(ST_GND, scratch)) return all;
+    if (!RHamInit(ST_GND, {&scratch, 1})) return all;
     for (int J = 0; J <= Kiv.Max_J; ++J) {
         BuildBlocks(ST_GND, J, scratch);
         Blocks blocks;

@@ -80,9 +80,12 @@ void AccumulateStep(const MatView& z, int i, double h) {
     }
 }
 
-// Matrices that are solved side by side: the rotations of a sweep wait for each other, those of
-// different matrices do not.
-constexpr int kLanes = 4;
+// Matrices that are solved side by side, in groups of one vector each: the rotations of a sweep
+// wait for each other, those of different matrices do not.
+constexpr int kLanes = 8;
+constexpr int kGroup = 4;
+constexpr int kGroups = kLanes / kGroup;
+using Lanes = Vec4[kGroups];
 
 // Rotations kept before they are applied.
 constexpr int kStretch = 256;
@@ -93,8 +96,8 @@ constexpr int kRows = 32;
 constexpr int kRowStep = 8;
 
 struct Rotations {
-    Vec4 C[kStretch];
-    Vec4 S[kStretch];
+    Lanes C[kStretch];
+    Lanes S[kStretch];
 };
 
 // A sweep, or a part of it, on one matrix: rotation q turns columns M-1-q and M-q, counted from 0.
@@ -178,7 +181,7 @@ KIV_KERNEL(ApplySweep, Sweep)
 
 // The rotations of one sweep of every lane: what goes from one to the next.
 struct Chase {
-    Vec4 P, C, S;
+    Lanes P, C, S;
 };
 
 // `Num` rotations of every lane. Element -q of the inputs belongs to rotation q, as does element
@@ -192,38 +195,49 @@ struct ChaseRun {
     Rotations* Out;
     int First;  // place of the results
     int Num;
+    int Num_Groups;
 };
+
+KIV_INLINE void ChaseGroup(const ChaseRun& run, int group, int q, Chase& now) {
+    const int lane = group * kGroup;
+    Vec4 &p = now.P[group], &c = now.C[group], &s = now.S[group];
+    Vec4 e, d;
+    for (int i = 0; i < kGroup; ++i) e[i] = run.E_In[lane + i][-q];
+    for (int i = 0; i < kGroup; ++i) d[i] = run.D_In[lane + i][-q];
+    const Vec4 g = c * e;
+    const Vec4 h = c * p;
+    const auto large = (p < 0.0 ? -p : p) >= (e < 0.0 ? -e : e);  // |p| >= |e|
+    const Vec4 size = large ? p : e;
+    const Vec4 ratio = (large ? e : p) / size;
+    Vec4 r = ratio * ratio + 1.0;
+    SqrtVec(r);
+    const Vec4 next_e = s * size * r;
+    const Vec4 inverse = 1.0 / r;
+    const Vec4 other = ratio * inverse;
+    s = large ? other : inverse;
+    c = large ? inverse : other;
+    p = c * d - s * g;
+    const Vec4 next_d = h + s * (c * g + s * d);
+    for (int i = 0; i < kGroup; ++i) run.E_Out[lane + i][-q] = next_e[i];
+    for (int i = 0; i < kGroup; ++i) run.D_Out[lane + i][-q] = next_d[i];
+    run.Out->C[run.First + q][group] = c;
+    run.Out->S[run.First + q][group] = s;
+}
+
+template <int Groups>
+KIV_INLINE void ChaseGroups(const ChaseRun& run) {
+    Chase now = *run.Now;
+    for (int q = 0; q < run.Num; ++q) {
+        for (int group = 0; group < Groups; ++group) ChaseGroup(run, group, q, now);
+    }
+    *run.Now = now;
+}
 
 template <class>
 KIV_INLINE void RunChaseBody(const ChaseRun& run) {
-    static_assert(sizeof(Vec4) == kLanes * sizeof(double));
-    Vec4 p = run.Now->P, c = run.Now->C, s = run.Now->S;
-    for (int q = 0; q < run.Num; ++q) {
-        Vec4 e, d;
-        for (int i = 0; i < kLanes; ++i) e[i] = run.E_In[i][-q];
-        for (int i = 0; i < kLanes; ++i) d[i] = run.D_In[i][-q];
-        const Vec4 g = c * e;
-        const Vec4 h = c * p;
-        const auto large = (p < 0.0 ? -p : p) >= (e < 0.0 ? -e : e);  // |p| >= |e|
-        const Vec4 size = large ? p : e;
-        const Vec4 ratio = (large ? e : p) / size;
-        Vec4 r = ratio * ratio + 1.0;
-        SqrtVec(r);
-        const Vec4 next_e = s * size * r;
-        const Vec4 inverse = 1.0 / r;
-        const Vec4 other = ratio * inverse;
-        s = large ? other : inverse;
-        c = large ? inverse : other;
-        p = c * d - s * g;
-        const Vec4 next_d = h + s * (c * g + s * d);
-        for (int i = 0; i < kLanes; ++i) run.E_Out[i][-q] = next_e[i];
-        for (int i = 0; i < kLanes; ++i) run.D_Out[i][-q] = next_d[i];
-        run.Out->C[run.First + q] = c;
-        run.Out->S[run.First + q] = s;
-    }
-    run.Now->P = p;
-    run.Now->C = c;
-    run.Now->S = s;
+    static_assert(sizeof(Vec4) == kGroup * sizeof(double) && kGroups == 2);
+    if (run.Num_Groups == 2) return ChaseGroups<2>(run);
+    ChaseGroups<1>(run);
 }
 
 KIV_KERNEL(RunChase, ChaseRun)
@@ -273,6 +287,8 @@ struct QlLane {
     void EndSweep();
     void Apply(const Rotations& rotations, int end);
 
+    double& At(Lanes& lanes) const { return reinterpret_cast<double*>(lanes)[Place]; }
+
   private:
     void NextEigenvalue(int l);
     void BeginSweep();
@@ -317,16 +333,16 @@ void QlLane::BeginSweep() {
     const double h = g - d[L];
     for (int i = L + 1; i < A->N; ++i) d[i] -= h;
     Shift += h;
-    Now->P[Place] = d[M];
-    Now->C[Place] = 1.0;
-    Now->S[Place] = 0.0;
+    At(Now->P) = d[M];
+    At(Now->C) = 1.0;
+    At(Now->S) = 0.0;
     Top = M;
     Next = M - 1;
 }
 
 void QlLane::EndSweep() {
-    A->E[L] = Now->S[Place] * Now->P[Place];
-    A->D[L] = Now->C[Place] * Now->P[Place];
+    A->E[L] = At(Now->S) * At(Now->P);
+    A->D[L] = At(Now->C) * At(Now->P);
     ++Reach;
     if (std::fabs(A->E[L]) > Zero) return BeginSweep();
     Converged();
@@ -335,8 +351,8 @@ void QlLane::EndSweep() {
 
 void QlLane::Apply(const Rotations& rotations, int end) {
     const int filled = (A->N + kRowStep - 1) / kRowStep * kRowStep;
-    const double* c = reinterpret_cast<const double*>(rotations.C + First) + Place;
-    const double* s = reinterpret_cast<const double*>(rotations.S + First) + Place;
+    const double* c = reinterpret_cast<const double*>(rotations.C[First]) + Place;
+    const double* s = reinterpret_cast<const double*>(rotations.S[First]) + Place;
     ApplySweep({A->Z, A->Nm, filled <= A->Nm ? filled : A->N, Top, end - First, Reach, c, s});
     Top = Next + 1;
 }
@@ -384,16 +400,18 @@ class QlBatch {
         run.Out = &Out;
         run.First = first;
         run.Num = num;
+        run.Num_Groups = 1;
         for (int i = 0; i < kLanes; ++i) {
             const QlLane& lane = Lane[i];
             if (lane.A) {
+                if (i >= kGroup) run.Num_Groups = 2;
                 run.D_In[i] = lane.A->D + lane.Next;
                 run.E_In[i] = lane.A->E + lane.Next;
                 run.D_Out[i] = lane.A->D + lane.Next + 1;
                 run.E_Out[i] = lane.A->E + lane.Next + 1;
             } else {
-                Now.P[i] = Now.C[i] = 1.0;
-                Now.S[i] = 0.0;
+                lane.At(Now.P) = lane.At(Now.C) = 1.0;
+                lane.At(Now.S) = 0.0;
                 run.D_In[i] = run.E_In[i] = Ones + kStretch;
                 run.D_Out[i] = run.E_Out[i] = Sink + kStretch;
             }

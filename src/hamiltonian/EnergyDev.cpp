@@ -135,15 +135,14 @@ double ExpectOp(const HamOp& op, const double*& sums) {
     return op.Imag ? -sum : sum;
 }
 
-Expectation Expect(const HamScratch& s, const double* sums) {
-    Expectation e;
+// Operators that are zero by symmetry keep their 0.
+void Expect(const HamScratch& s, const double* sums, Expectation& e) {
     e.Pz2 = ExpectOp(s.Op[OP_PZ2], sums);
     e.Diff = ExpectOp(s.Op[OP_DIFF], sums);
     for (int i = 2; i < s.Num_Ops; ++i) {
         const HamOp& op = s.Op[i];
         if (!op.Zero_By_Symmetry) e.Prm[op.Prm] = ExpectOp(op, sums);
     }
-    return e;
 }
 
 // Derivatives of the cross terms that the rotation produced, turned back to A, B, C. The tensor
@@ -159,15 +158,22 @@ void TurnBack(int state, const Expectation& e, double* record) {
     DevBackRotation(record, Kiv.Rot_Mat[state], T);
 }
 
-void FillRecord(int state, int J, const Expectation& e, double* record) {
+// The constants behind A, B, C that have a derivative, in the order of the record.
+std::span<const int> ListSlots(int state, int (&prms)[NUM_PRM]) {
+    std::size_t num = 0;
+    for (int prm = PRM_PX; prm < NUM_HAM_PRM; ++prm) {
+        if (Kiv.Prm_Stat[state][prm] == 1) prms[num++] = prm;
+    }
+    return {prms, num};
+}
+
+void FillRecord(int state, int J, std::span<const int> slots, const Expectation& e,
+                double* record) {
     const double X = double(J) * (J + 1);
     record[0] = e.Pz2;
     record[1] = 0.5 * (X - e.Pz2) + 0.5 * e.Diff;
     record[2] = 0.5 * (X - e.Pz2) - 0.5 * e.Diff;
-    int slot = 3;
-    for (int prm = PRM_PX; prm < NUM_HAM_PRM; ++prm) {
-        if (Kiv.Prm_Stat[state][prm] == 1) record[slot++] = e.Prm[prm];
-    }
+    for (std::size_t i = 0; i < slots.size(); ++i) record[3 + i] = e.Prm[slots[i]];
     TurnBack(state, e, record);
 }
 
@@ -253,10 +259,13 @@ int SumBlocks(HamScratch& s, const double* re, const double* im) {
 void FillRecords(int state, int J, int first_level, HamScratch& s, const double* re,
                  const double* im) {
     const int num = SumBlocks(s, re, im);
+    int prms[NUM_PRM];
+    const std::span<const int> slots = ListSlots(state, prms);
+    Expectation e;
     for (int r = 0; r <= 2 * J; ++r) {
-        const Expectation e = Expect(s, s.Sum_Vec.Data() + std::ptrdiff_t{s.Rank_Vec[r]} * num);
+        Expect(s, s.Sum_Vec.Data() + std::ptrdiff_t{s.Rank_Vec[r]} * num, e);
         const std::int64_t entry = (std::int64_t{first_level} + r) * Kiv.Num_Dev[state];
-        FillRecord(state, J, e, &Kiv.HamDev_Vector[state][static_cast<std::size_t>(entry)]);
+        FillRecord(state, J, slots, e, &Kiv.HamDev_Vector[state][static_cast<std::size_t>(entry)]);
         if (DebugIsOn(DBG_I)) ListRecord(state, J, r, e, entry);
     }
 }

@@ -39,16 +39,23 @@ const double* Roots(const HamScratch& s, int d) {
     return s.Root_Vec.Data() + static_cast<std::size_t>(d) * s.Term_Vec.Num;
 }
 
+// Folded blocks need the elements from K = -dk on alone: the others mirror them.
+int FirstK(const HamScratch& s, int J, int dk) {
+    return s.Blocks.Block[0].Folded ? std::max(-dk, -J) : -J;
+}
+
 void FillRoots(HamScratch& s, int J, int d) {
     double* root = s.Root_Vec.Data() + static_cast<std::size_t>(d) * s.Term_Vec.Num;
-    for (int K = -J; K <= J - d; ++K) root[K + J] = LadderRoot(J, K, d);
+    for (int K = FirstK(s, J, d); K <= J - d; ++K) root[K + J] = LadderRoot(J, K, d);
 }
 
 const double* FillFactors(HamScratch& s, int J, const HamTerm& term) {
     double* factor = FactorVector(s, term).Data();
     const double* root = Roots(s, term.Dk);
     const double X = double(J) * (J + 1);
-    for (int K = -J; K <= J - term.Dk; ++K) factor[K + J] = term.Factor(X, K) * root[K + J];
+    for (int K = FirstK(s, J, term.Dk); K <= J - term.Dk; ++K) {
+        factor[K + J] = term.Factor(X, K) * root[K + J];
+    }
     return factor;
 }
 
@@ -61,26 +68,38 @@ double FoldScale(const SymBlock& block, int K1, int K2) {
     return 0.5;
 }
 
+void AddElement(const SymBlock& block, int first, int J, int dk, int K, const double* factor,
+                HamOp& op) {
+    const int low = block.Index(K);
+    const int high = block.Index(K + dk);
+    if (low < 0 || high < 0) return;
+    const double element = factor[K + J] * (FoldSign(block, K) * FoldSign(block, K + dk)) *
+                           FoldScale(block, K, K + dk);
+    if (low == high) {
+        // a diagonal element, or the coupling of K and -K, which occurs in both orders
+        if (!op.Imag) op.Band[0][first + low] += dk == 0 ? element : 2.0 * element;
+        return;
+    }
+    const int offset = std::abs(high - low);
+    const bool reversed = op.Imag && high < low;
+    op.Band[offset][first + std::min(low, high)] += reversed ? -element : element;
+}
+
 // Adds the elements <K+dk|Op|K> = factor[K+J] of one block to the bands of `op`, where `first` is
-// the place of the block's first function.
+// the place of the block's first function. The elements between functions of K > 0 of a folded
+// block come from K and -K alike.
 void FoldTerm(const SymBlock& block, int first, int J, int dk, const double* factor, HamOp& op) {
     if (dk % block.Step != 0) return;  // leads to another block
-    const int start = (J + block.K0) % block.Step == 0 ? -J : 1 - J;
-    for (int K = start; K <= J - dk; K += block.Step) {
-        const int low = block.Index(K);
-        const int high = block.Index(K + dk);
-        if (low < 0 || high < 0) continue;
-        const double element = factor[K + J] * (FoldSign(block, K) * FoldSign(block, K + dk)) *
-                               FoldScale(block, K, K + dk);
-        if (low == high) {
-            // a diagonal element, or the coupling of K and -K, which occurs in both orders
-            if (!op.Imag) op.Band[0][first + low] += dk == 0 ? element : 2.0 * element;
-            continue;
-        }
-        const int offset = std::abs(high - low);
-        const bool reversed = op.Imag && high < low;
-        op.Band[offset][first + std::min(low, high)] += reversed ? -element : element;
+    if (op.Imag && dk == 0) return;
+    const int last_one = block.Folded ? std::min(0, J - dk) : -J - 1;
+    for (int K = std::max(-dk, -J); K <= last_one; ++K) {
+        AddElement(block, first, J, dk, K, factor, op);
     }
+    const int m0 = block.Folded && block.K0 == 0 ? 1 : 0;
+    const int offset = dk / block.Step;
+    const double* element = factor + J + block.K(m0);
+    double* band = op.Band[offset] + first + m0;
+    for (int m = 0; m + m0 + offset < block.N; ++m) band[m] += element[m * block.Step];
 }
 
 void ClearOp(HamScratch& s, int place, int n, HamOp& op) {
@@ -125,7 +144,7 @@ void AddRigidOps(HamScratch& s, int J) {
         }
     }
     const double* root = Roots(s, 2);
-    for (int i = 0; i < n - 2; ++i) s.pp2pm2_vec[i] = 0.5 * root[i];
+    for (int i = FirstK(s, J, 2) + J; i < n - 2; ++i) s.pp2pm2_vec[i] = 0.5 * root[i];
     AddTerm(s, J, 2, s.pp2pm2_vec.Data(), diff);
     s.Num_Ops = 2;
 }
@@ -202,7 +221,10 @@ double Element(int state, int J, int K, int dk, bool imag) {
 void BuildBlocks(int state, int J, HamScratch& s) {
     s.Blocks = BlocksOf(KeptRotations(state), J);
     PlaceBlocks(s);
-    for (int d = 0; d < kNumOffsets; ++d) FillRoots(s, J, d);
+    FillRoots(s, J, 2);
+    for (const HamTerm& term : HamTerms()) {
+        if (term.Dk != 2 && IsTermUsed(state, term)) FillRoots(s, J, term.Dk);
+    }
     AddRigidOps(s, J);
     AddTermOps(state, s, J);
     SumHam(state, s, J);

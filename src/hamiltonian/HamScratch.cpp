@@ -49,10 +49,7 @@ void ListFileLengths(int state) {
     LogFlush();
 }
 
-}  // namespace
-
-int RHamInit(int state, HamScratch& s) {
-    TraceEnter("RHamInit");
+int TakeReal(int state, HamScratch& s) {
     const std::int64_t n = Size();
     const auto on = [&](int prm) { return Kiv.Prm_Stat[state][prm] == 1; };
     const Request requests[] = {
@@ -72,6 +69,16 @@ int RHamInit(int state, HamScratch& s) {
     if (!TakeBlockScratch(s)) return CoreFailLog("RHamInit()/H2V_Matrix");
     for (const Request& request : requests) {
         if (!Take(request)) return 0;
+    }
+    return 1;
+}
+
+}  // namespace
+
+int RHamInit(int state, std::span<HamScratch> scratch) {
+    TraceEnter("RHamInit");
+    for (HamScratch& s : scratch) {
+        if (!TakeReal(state, s)) return 0;
     }
     ListFileLengths(state);
     return TraceExit("RHamInit");

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "hamiltonian/HamTerms.h"
 #include "hamiltonian/LevelVectors.h"
@@ -68,10 +69,10 @@ struct HamScratch {
     }
 };
 
-/// Sizes the scratch of the real variant. 1, or 0 with the message of the array that could not be
-/// had: to the log for the first five, to the console and under the name of the complex variant
-/// for the last three, as users know them.
-int RHamInit(int state, HamScratch& scratch);
+/// Sizes the scratch of the real variant, for several J at a time. 1, or 0 with the message of the
+/// array that could not be had: to the log for the first five, to the console and under the name of
+/// the complex variant for the last three, as users know them.
+int RHamInit(int state, std::span<HamScratch> scratch);
 
 /// The same for the complex variant, all messages to the console.
 int IHamInit(int state, HamScratch& scratch);

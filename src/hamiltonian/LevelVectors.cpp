@@ -34,10 +34,13 @@ LevelBlocks BlocksOf(std::uint8_t kept, int J) {
     return blocks;
 }
 
+double* AlignVec(double* numbers) {
+    const auto past = reinterpret_cast<std::uintptr_t>(numbers) % kAlign;
+    return numbers + (kAlign - past) % kAlign / sizeof(double);
+}
+
 double* VecStart(const KivArray<double>& arr, int J) {
-    double* const first = arr.Ptr.get() + kVecStep;
-    const auto past = reinterpret_cast<std::uintptr_t>(first) % kAlign;
-    return first + (kAlign - past) % kAlign / sizeof(double) + VecOffset(J);
+    return AlignVec(arr.Ptr.get() + kVecStep) + VecOffset(J);
 }
 
 int VecState(int state) { return Kiv.Gnd_Only == 1 ? ST_GND : state; }

@@ -36,6 +36,9 @@ struct LevelBlocks {
 
 LevelBlocks BlocksOf(std::uint8_t kept, int J);
 
+/// The first of `numbers` that begins at a multiple of 64 bytes, fewer than kVecStep further on.
+double* AlignVec(double* numbers);
+
 /// The eigenvectors of `J` in an array of VecLength numbers.
 double* VecStart(const KivArray<double>& arr, int J);
 

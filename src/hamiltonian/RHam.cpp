@@ -67,9 +67,8 @@ KIV_INLINE void FixSignsBody(const QlMatrix& a) {
 
 KIV_KERNEL(FixSigns, QlMatrix)
 
-// Solves the blocks of a J in the place of their eigenvectors.
-void SolveBlocks(HamScratch& s, double* vectors) {
-    QlMatrix a[kMaxBlocks];
+// Lays out the blocks of a J in the place of their eigenvectors. Returns their number.
+int PrepareBlocks(HamScratch& s, double* vectors, QlMatrix* a) {
     const HamOp& ham = s.Ham[0];
     for (int b = 0; b < s.Blocks.Num; ++b) {
         const int N = s.Blocks.Block[b].N;
@@ -86,8 +85,30 @@ void SolveBlocks(HamScratch& s, double* vectors) {
             tred2(a[b].Nm, N, a[b].Z, a[b].D, a[b].E, a[b].Z);
         }
     }
-    tql2({a, static_cast<std::size_t>(s.Blocks.Num)});  // what does not converge stays as it is
-    for (int b = 0; b < s.Blocks.Num; ++b) FixSigns(a[b]);
+    return s.Blocks.Num;
+}
+
+constexpr int kTogether = 2;  // J that are solved at a time
+
+// Solves J = first, first + 1, .. up to `last`.
+void SolveTogether(int state, int first, int last, HamScratch* scratch) {
+    QlMatrix matrices[kTogether * kMaxBlocks];
+    std::size_t num = 0;
+    for (int J = first; J <= last; ++J) {
+        HamScratch& s = scratch[J - first];
+        BuildBlocks(state, J, s);
+        double* const vectors = VecStart(Kiv.HamErgReal_Vector[state], J);
+        num += static_cast<std::size_t>(PrepareBlocks(s, vectors, matrices + num));
+    }
+    tql2({matrices, num});  // what does not converge stays as it is
+    for (std::size_t i = 0; i < num; ++i) FixSigns(matrices[i]);
+}
+
+void ListHam(int state, int J) {
+    if (!DebugIsOn(DBG_I)) return;
+    LogPut("\nHAM MATRIX J = %d\n", J);
+    ListMatrix(state, J, false);
+    LogPut("\n");
 }
 
 void ListVectors(int state, int J, HamScratch& s) {
@@ -102,21 +123,20 @@ void ListVectors(int state, int J, HamScratch& s) {
 int RHamSoln(int state) {
     TraceEnter("RHamSoln");
     if (state == ST_EXC && Kiv.Gnd_Only == 1) return CopyGroundState();
-    HamScratch scratch;
+    HamScratch scratch[kTogether];
     if (!RHamInit(state, scratch)) return 0;
     SetAsymmetry(state);
-    for (int J = 0; J <= Kiv.Max_J; ++J) {
-        BuildBlocks(state, J, scratch);
-        if (DebugIsOn(DBG_I)) {
-            LogPut("\nHAM MATRIX J = %d\n", J);
-            ListMatrix(state, J, false);
-            LogPut("\n");
+    for (int first = 0; first <= Kiv.Max_J; first += kTogether) {
+        const int last = std::min(first + kTogether - 1, Kiv.Max_J);
+        SolveTogether(state, first, last, scratch);
+        for (int J = first; J <= last; ++J) {
+            HamScratch& s = scratch[J - first];
+            ListHam(state, J);
+            RankLevels(state, J, s);
+            if (Kiv.Dev_On == 1) RDevCalc(state, J, J * J, s);
+            ListEnergies(state, J);
+            ListVectors(state, J, s);
         }
-        SolveBlocks(scratch, VecStart(Kiv.HamErgReal_Vector[state], J));
-        RankLevels(state, J, scratch);
-        if (Kiv.Dev_On == 1) RDevCalc(state, J, J * J, scratch);
-        ListEnergies(state, J);
-        ListVectors(state, J, scratch);
     }
     return TraceExit("RHamSoln");
 }

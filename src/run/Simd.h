@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 
 #define KIV_INLINE inline __attribute__((always_inline))
@@ -25,8 +26,9 @@ KIV_INLINE void StoreVec(double* p, const Vec& v) {
     std::memcpy(p, &v, sizeof v);
 }
 
-KIV_INLINE void SqrtVec(Vec4& v) {
-    for (int i = 0; i < 4; ++i) v[i] = std::sqrt(v[i]);
+template <class Vec>
+KIV_INLINE void SqrtVec(Vec& v) {
+    for (std::size_t i = 0; i < sizeof v / sizeof v[0]; ++i) v[i] = std::sqrt(v[i]);
 }
 
 // KIV_BASELINE leaves the newer sets out and KIV_AVX2 the newest, so that the equality can be
@@ -34,29 +36,31 @@ KIV_INLINE void SqrtVec(Vec4& v) {
 #if defined(__x86_64__) && defined(__GNUC__) && !defined(KIV_BASELINE)
 enum class Isa { Base, Avx2, Avx512 };
 
-/// The best set of this processor.
-inline Isa CpuIsa() {
-    static const Isa isa = [] {
+inline Isa FindIsa() {
+    __builtin_cpu_init();
 #ifndef KIV_AVX2
-        if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl")) {
-            return Isa::Avx512;
-        }
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
+        __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512dq")) {
+        return Isa::Avx512;
+    }
 #endif
-        return __builtin_cpu_supports("avx2") ? Isa::Avx2 : Isa::Base;
-    }();
-    return isa;
+    return __builtin_cpu_supports("avx2") ? Isa::Avx2 : Isa::Base;
 }
+
+/// The best set of this processor.
+inline const Isa kCpuIsa = FindIsa();
 
 /// Defines `void Name(const Arg& arg)` from the template NameBody<Vec>, once for every set.
 #define KIV_KERNEL(Name, Arg)                                                                  \
     void Name##Base(const Arg& arg) { Name##Body<Vec4>(arg); }                                 \
     __attribute__((target("avx2"))) void Name##Avx2(const Arg& arg) { Name##Body<Vec4>(arg); } \
-    __attribute__((target("avx512f,avx512vl"))) void Name##Avx512(const Arg& arg) {            \
+    __attribute__((target("avx512f,avx512vl,avx512bw,avx512dq"))) void Name##Avx512(           \
+        const Arg& arg) {                                                                      \
         Name##Body<Vec8>(arg);                                                                 \
     }                                                                                          \
     void Name(const Arg& arg) {                                                                \
-        if (CpuIsa() == Isa::Avx512) return Name##Avx512(arg);                                 \
-        return CpuIsa() == Isa::Avx2 ? Name##Avx2(arg) : Name##Base(arg);                      \
+        if (kCpuIsa == Isa::Avx512) return Name##Avx512(arg);                                  \
+        return kCpuIsa == Isa::Avx2 ? Name##Avx2(arg) : Name##Base(arg);                       \
     }
 #else
 #define KIV_KERNEL(Name, Arg) \

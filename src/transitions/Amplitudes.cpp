@@ -1,6 +1,7 @@
 #include "transitions/Amplitudes.h"
 
 #include <algorithm>
+#include <cstddef>
 
 #include "run/KivRecord.h"
 #include "run/KivTrace.h"
@@ -11,73 +12,97 @@ namespace {
 constexpr double kSqrtTwo = 1.41421356237309504880;
 constexpr double kSqrtHalf = 0.70710678118654752440;
 
-// Weights of all components: Plus c(m), and Minus c(m - Back) where there is a Minus.
-struct WeightRun {
-    const double* Plus;
-    const double* Minus;  // null: none
-    const double* Lower;
-    int Back;
-    int Num;  // filled up to whole vectors
-    double* Weight;
-};
-
+// Weights of all components, filled up to whole vectors, for one lower level.
 template <class Vec>
-KIV_INLINE void WeighBody(const WeightRun& run) {
+KIV_INLINE void Weigh(const CoupleRun& run, const double* lower, double* weight) {
     constexpr int kWidth = sizeof(Vec) / sizeof(double);
-    for (int m = 0; m < run.Num; m += kWidth) {
+    for (int m = 0; m < run.Num_Rows; m += kWidth) {
         Vec plus, c;
         LoadVec(plus, run.Plus + m);
-        LoadVec(c, run.Lower + m);
-        Vec weight = plus * c;
+        LoadVec(c, lower + m);
+        Vec sum = plus * c;
         if (run.Minus) {
             Vec minus;
             LoadVec(minus, run.Minus + m);
-            LoadVec(c, run.Lower + m - run.Back);
-            weight += minus * c;
+            LoadVec(c, lower + m - run.Back);
+            sum += minus * c;
         }
-        StoreVec(run.Weight + m, weight);
+        StoreVec(weight + m, sum);
     }
 }
 
-KIV_KERNEL(Weigh, WeightRun)
-
-// Out[j] = sum over m of Weight[m] Rows[m Ld + j], in ascending m.
-struct SumRun {
-    const double* Weight;
-    const double* Rows;
-    int Ld;
-    int Num_Rows;
-    int Num;  // levels; filled up to whole vectors
-    double* Out;
-};
-
-template <class Vec, int W>
-KIV_INLINE void SumColumns(const SumRun& run, int j) {
+// out[l][j] = sum over m of weight[l][m] rows[m Ld + j], in ascending m, for L lower levels l and W
+// vectors of upper levels j.
+template <class Vec, int L, int W>
+KIV_INLINE void SumColumns(const CoupleRun& run, const double* const* weight, const double* rows,
+                           double* const* out, int j) {
     constexpr int kWidth = sizeof(Vec) / sizeof(double);
-    Vec sum[W] = {};
-    const double* row = run.Rows + j;
+    Vec sum[L][W] = {};
+    const double* row = rows + j;
     for (int m = 0; m < run.Num_Rows; ++m, row += run.Ld) {
-        const double weight = run.Weight[m];
-        for (int w = 0; w < W; ++w) {
-            Vec x;
-            LoadVec(x, row + kWidth * w);
-            sum[w] += weight * x;
+        Vec x[W];
+        for (int w = 0; w < W; ++w) LoadVec(x[w], row + kWidth * w);
+        for (int l = 0; l < L; ++l) {
+            for (int w = 0; w < W; ++w) sum[l][w] += weight[l][m] * x[w];
         }
     }
-    for (int w = 0; w < W; ++w) StoreVec(run.Out + j + kWidth * w, sum[w]);
+    for (int l = 0; l < L; ++l) {
+        for (int w = 0; w < W; ++w) StoreVec(out[l] + j + kWidth * w, sum[l][w]);
+    }
+}
+
+template <class Vec, int L>
+KIV_INLINE void SumRows(const CoupleRun& run, const double* const* weight, const double* rows,
+                        double* const* out) {
+    constexpr int kWidth = sizeof(Vec) / sizeof(double);
+    constexpr int kMost = sizeof(Vec) / 16;  // vectors for whose sums there are registers
+    int j = 0;
+    for (; j + (kMost - 1) * kWidth < run.Num; j += kMost * kWidth) {
+        SumColumns<Vec, L, kMost>(run, weight, rows, out, j);
+    }
+    if constexpr (kMost == 4) {
+        if (j + 2 * kWidth < run.Num) return SumColumns<Vec, L, 3>(run, weight, rows, out, j);
+        if (j + kWidth < run.Num) return SumColumns<Vec, L, 2>(run, weight, rows, out, j);
+    }
+    if (j < run.Num) SumColumns<Vec, L, 1>(run, weight, rows, out, j);
+}
+
+// (x'' + i y'')(x' - i y')
+template <class Vec>
+KIV_INLINE void SumComplex(const CoupleRun& run) {
+    for (int l = 0; l < run.Num_Lowers; ++l) {
+        Weigh<Vec>(run, run.Im.Lower + l * run.Lower_Ld, run.Im.Weight[l]);
+        double *re = run.Re.Sum[l], *im = run.Im.Sum[l], *cross = run.Cross;
+        SumRows<Vec, 1>(run, run.Im.Weight + l, run.Im.Rows, &cross);
+        for (int j = 0; j < run.Num; ++j) re[j] += cross[j];
+        SumRows<Vec, 1>(run, run.Im.Weight + l, run.Re.Rows, &im);
+        SumRows<Vec, 1>(run, run.Re.Weight + l, run.Im.Rows, &cross);
+        for (int j = 0; j < run.Num; ++j) im[j] -= cross[j];
+        if (!run.Turn) continue;
+        for (int j = 0; j < run.Num; ++j) {
+            const double turned = -im[j];
+            im[j] = re[j];
+            re[j] = turned;
+        }
+    }
 }
 
 template <class Vec>
-KIV_INLINE void SumRowsBody(const SumRun& run) {
-    constexpr int kStep = kVecStep * sizeof(double) / sizeof(Vec);  // vectors of 8 levels
-    int j = 0;
-    for (; j + 3 * kVecStep < run.Num; j += 4 * kVecStep) SumColumns<Vec, 4 * kStep>(run, j);
-    if (j + 2 * kVecStep < run.Num) return SumColumns<Vec, 3 * kStep>(run, j);
-    if (j + kVecStep < run.Num) return SumColumns<Vec, 2 * kStep>(run, j);
-    if (j < run.Num) SumColumns<Vec, kStep>(run, j);
+KIV_INLINE void CoupleBody(const CoupleRun& run) {
+    for (int l = 0; l < run.Num_Lowers; ++l) {
+        Weigh<Vec>(run, run.Re.Lower + l * run.Lower_Ld, run.Re.Weight[l]);
+    }
+    if (run.Num_Lowers == kLowers) {
+        SumRows<Vec, kLowers>(run, run.Re.Weight, run.Re.Rows, run.Re.Sum);
+    } else {
+        for (int l = 0; l < run.Num_Lowers; ++l) {
+            SumRows<Vec, 1>(run, run.Re.Weight + l, run.Re.Rows, run.Re.Sum + l);
+        }
+    }
+    if (run.Complex) SumComplex<Vec>(run);
 }
 
-KIV_KERNEL(SumRows, SumRun)
+KIV_KERNEL(Couple, CoupleRun)
 
 int Take(KivArray<double>& arr, std::int64_t num, const char* what) {
     return ArrAlloc(arr, num) > 0 ? 1 : CoreFail(what);
@@ -105,26 +130,49 @@ int AmplitudeCalc::Init() {
     for (KivArray<double>* arr : {&Factors.Level, &Factors.Up, &Factors.Down}) {
         if (!Take(*arr, n, "AmplitudeCalc()/Factors")) return 0;
     }
-    for (auto& couplings : Couplings) {
-        for (Coupling& coupling : couplings) {
-            if (!Take(coupling.Plus, room, "AmplitudeCalc()/Coupling") ||
-                !Take(coupling.Minus, room, "AmplitudeCalc()/Coupling")) {
-                return 0;
-            }
+    const char* const scratch = "AmplitudeCalc()/Weight";
+    for (int l = 0; l < kLowers; ++l) {
+        if (!Take(Weight_Real[l], room, scratch)) return 0;
+        if (Complex && !Take(Weight_Imag[l], room, scratch)) return 0;
+    }
+    if (Complex && !Take(Cross, room, scratch)) return 0;
+    for (int type = 0; type < NUM_BANDS; ++type) {
+        if (Kiv.Band_Active[type] != 1) continue;
+        for (Coupling& coupling : Couplings[type]) {
+            if (!InitCoupling(static_cast<BandType>(type), coupling, room)) return 0;
         }
     }
-    const int parts = Complex ? 2 : 1;
-    for (int part = 0; part < parts; ++part) {
-        if (!Take(part == 0 ? Weight_Real : Weight_Imag, room, "AmplitudeCalc()/Weight") ||
-            !Take(part == 0 ? Sum_Real : Sum_Imag, room, "AmplitudeCalc()/Sum")) {
+    return 1;
+}
+
+int AmplitudeCalc::Init(Amplitudes& result) const {
+    const int n = 2 * Kiv.Max_J + 1;
+    for (int type = 0; type < NUM_BANDS; ++type) {
+        if (!Take(result.Real[type], VecLd(n), "AmplitudeCalc()/Amp") ||
+            (Complex && !Take(result.Imag[type], VecLd(n), "AmplitudeCalc()/Amp"))) {
             return 0;
         }
-        for (int type = 0; type < NUM_BANDS; ++type) {
-            KivArray<double>& amp = part == 0 ? Amp.Real[type] : Amp.Imag[type];
-            if (!Take(amp, room, "AmplitudeCalc()/Amp")) return 0;
-        }
     }
-    return Complex ? Take(Cross, room, "AmplitudeCalc()/Cross") : 1;
+    return 1;
+}
+
+int AmplitudeCalc::InitCoupling(BandType type, Coupling& coupling, std::int64_t room) {
+    CoupleRun& run = coupling.Run;
+    const char* const what = "AmplitudeCalc()/Coupling";
+    if (!Take(coupling.Plus, room, what) || !Take(coupling.Minus, room, what)) return 0;
+    for (int l = 0; l < kLowers; ++l) {
+        if (!Take(coupling.Sum_Real[l], room, what)) return 0;
+        if (Complex && !Take(coupling.Sum_Imag[l], room, what)) return 0;
+        run.Re.Weight[l] = Weight_Real[l].Data();
+        run.Im.Weight[l] = Weight_Imag[l].Data();
+        run.Re.Sum[l] = coupling.Sum_Real[l].Data();
+        run.Im.Sum[l] = coupling.Sum_Imag[l].Data();
+    }
+    run.Complex = Complex;
+    run.Turn = type == BAND_C;
+    run.Plus = coupling.Plus.Data();
+    run.Cross = Cross.Data();
+    return 1;
 }
 
 void AmplitudeCalc::SetBranch(int J_lower, int J_upper) {
@@ -136,13 +184,14 @@ void AmplitudeCalc::SetBranch(int J_lower, int J_upper) {
     Now->Load(Ju);
     for (int c = 0; c < Lower.NumClasses(); ++c) {
         Partner_Classes[c] = 0;
-        for (int type = 0; type < NUM_BANDS; ++type) Couple(static_cast<BandType>(type), c);
+        for (int type = 0; type < NUM_BANDS; ++type) SetCoupling(static_cast<BandType>(type), c);
     }
 }
 
-void AmplitudeCalc::Couple(BandType type, int lower_class) {
+void AmplitudeCalc::SetCoupling(BandType type, int lower_class) {
     Coupling& coupling = Couplings[type][lower_class];
     coupling.Upper_Class = -1;
+    coupling.Num_Lowers = 0;
     if (Kiv.Band_Active[type] != 1) return;
     const SymBlock& from = Lower.Class(lower_class);
     const std::uint8_t odd = (from.Odd ^ kMomentOdd[type]) & Kept;
@@ -161,8 +210,12 @@ void AmplitudeCalc::FillCoupling(BandType type, const SymBlock& from, const SymB
     const double sign = type == BAND_B ? -1.0 : 1.0;
     const KivArray<double>& up = type == BAND_A ? Factors.Level : Factors.Up;
     coupling.Shift = (to.K0 + step - from.K0) / to.Step;
-    coupling.Back = 2 / to.Step;
-    coupling.Has_Minus = step != 0;
+    CoupleRun& run = coupling.Run;
+    run.Minus = step != 0 ? coupling.Minus.Data() : nullptr;
+    run.Lower_Ld = VecLd(from.N);
+    run.Num_Rows = to.N;
+    run.Ld = RowLd(to.N);
+    run.Back = 2 / to.Step;
     const auto takes_part = [&](int m) { return m >= 0 && m < from.N; };
     for (int m = 0; m < VecLd(to.N); ++m) {
         coupling.Plus[m] = coupling.Minus[m] = 0.0;
@@ -173,67 +226,57 @@ void AmplitudeCalc::FillCoupling(BandType type, const SymBlock& from, const SymB
         if (to.Folded && K == 0) {  // K'' = -1 is the function of K'' = 1
             if (!takes_part(m + coupling.Shift)) continue;
             coupling.Plus[m] += sign * from.T(1) * FoldScale(to, K, 1) * Factors.Down[k];
-        } else if (takes_part(m + coupling.Shift - coupling.Back)) {
+        } else if (takes_part(m + coupling.Shift - run.Back)) {
             coupling.Minus[m] = sign * FoldScale(to, K, K - 1) * Factors.Down[k];
         }
     }
 }
 
-void AmplitudeCalc::FillWeights(const Coupling& coupling, int lower_class, int index) {
-    const int num = VecLd(Now->Levels().Class(coupling.Upper_Class).N);
-    for (int part = 0; part < (Complex ? 2 : 1); ++part) {
-        const double* lower =
-            part == 0 ? Lower.Real(lower_class, index) : Lower.Imag(lower_class, index);
-        Weigh({coupling.Plus.Data(), coupling.Has_Minus ? coupling.Minus.Data() : nullptr,
-               lower + coupling.Shift, coupling.Back, num,
-               (part == 0 ? Weight_Real : Weight_Imag).Ptr.get()});
+// The sums of a lower level, and of the next ones of its class, with upper levels first..last-1.
+// Each of the next levels mostly needs one more of them.
+void AmplitudeCalc::CoupleLevels(Coupling& coupling, int lower_class, int index, int first,
+                                 int last) {
+    constexpr int kMore = kLowers;
+    const int c = coupling.Upper_Class;
+    CoupleRun& run = coupling.Run;
+    coupling.Lower = index;
+    coupling.Num_Lowers = std::min(kLowers, Lower.Class(lower_class).N - index);
+    coupling.First = first / kVecStep * kVecStep;  // vectors cross no cache line
+    coupling.Last = std::min(last + kMore, Now->Levels().Class(c).N);
+    run.Num_Lowers = coupling.Num_Lowers;
+    run.Num = coupling.Last - coupling.First;
+    run.Re.Lower = Lower.Real(lower_class, index) + coupling.Shift;
+    run.Re.Rows = Now->Real(c) + coupling.First;
+    if (Complex) {
+        run.Im.Lower = Lower.Imag(lower_class, index) + coupling.Shift;
+        run.Im.Rows = Now->Imag(c) + coupling.First;
     }
+    Couple(run);
 }
 
-// The amplitudes with levels first..last-1 of the upper class.
-void AmplitudeCalc::SumComponents(const Coupling& coupling, int first, int last) {
-    const int c = coupling.Upper_Class, N = Now->Levels().Class(c).N;
-    const auto sum = [&](const KivArray<double>& weight, const double* rows, double* out) {
-        SumRows({weight.Data(), rows + first, RowLd(N), N, last - first, out});
-    };
-    double* real = Sum_Real.Data();
-    sum(Weight_Real, Now->Real(c), real);
-    if (!Complex) return;
-    // (x'' + i y'')(x' - i y')
-    double* imag = Sum_Imag.Data();
-    double* cross = Cross.Data();
-    sum(Weight_Imag, Now->Imag(c), cross);
-    for (int j = 0; j < last - first; ++j) real[j] += cross[j];
-    sum(Weight_Imag, Now->Real(c), imag);
-    sum(Weight_Real, Now->Imag(c), cross);
-    for (int j = 0; j < last - first; ++j) imag[j] -= cross[j];
-}
-
-void AmplitudeCalc::Compute(int rank, const PartnerList& list, int first, int last) {
-    const int c_lower = Lower.ClassOf(rank), place = list.Below[first];
-    const int num = list.Below[last] - place;
+void AmplitudeCalc::Compute(int rank, const PartnerList& list, int first, int last,
+                            Amplitudes& result) {
+    const int c_lower = Lower.ClassOf(rank), index = Lower.IndexOf(rank);
+    const int place = list.Below[first];
+    const int num = VecLd(list.Below[last] - place);
     const ClassLevels& upper = Now->Levels();
     for (int type = 0; type < NUM_BANDS; ++type) {
-        double* real = Amp.Real[type].Data();
-        double* imag = Amp.Imag[type].Data();
+        if (Kiv.Band_Active[type] != 1) continue;  // has never been anything but 0
+        double *real = result.Real[type].Data(), *imag = result.Imag[type].Data();
         std::fill_n(real, num, 0.0);
         if (Complex) std::fill_n(imag, num, 0.0);
-        const Coupling& coupling = Couplings[type][c_lower];
+        Coupling& coupling = Couplings[type][c_lower];
         const int c = coupling.Upper_Class;
         if (c < 0) continue;
         const int j0 = upper.Below(c, first), j1 = upper.Below(c, last);
         if (j0 == j1) continue;
+        if (!coupling.Holds(index, j0, j1)) CoupleLevels(coupling, c_lower, index, j0, j1);
         const std::int32_t* places = list.PlaceOf + upper.First(c);
-        FillWeights(coupling, c_lower, Lower.IndexOf(rank));
-        SumComponents(coupling, j0, j1);
-        for (int j = j0; j < j1; ++j) {
-            const int at = places[j] - place;
-            if (!Complex) {
-                real[at] = Sum_Real[j - j0];
-            } else {
-                real[at] = type == BAND_C ? -Sum_Imag[j - j0] : Sum_Real[j - j0];
-                imag[at] = type == BAND_C ? Sum_Real[j - j0] : Sum_Imag[j - j0];
-            }
-        }
+        const auto put = [&](const KivArray<double>& sum, double* out) {
+            const double* from = sum.Data() + (j0 - coupling.First);
+            for (int j = j0; j < j1; ++j) out[places[j] - place] = *from++;
+        };
+        put(coupling.Sum_Real[index - coupling.Lower], real);
+        if (Complex) put(coupling.Sum_Imag[index - coupling.Lower], imag);
     }
 }

@@ -19,10 +19,34 @@ enum BandType : int { BAND_A, BAND_B, BAND_C, NUM_BANDS };
 constexpr std::uint8_t kMomentOdd[NUM_BANDS] = {SYM_C2B | SYM_C2C, SYM_C2A | SYM_C2C,
                                                 SYM_C2A | SYM_C2B};
 
-/// Amplitudes of one lower level with upper levels that follow each other in a list.
+/// Amplitudes of one lower level with upper levels that follow each other in a list, filled up with
+/// zeros to whole vectors.
 struct Amplitudes {
     KivArray<double> Real[NUM_BANDS];
     KivArray<double> Imag[NUM_BANDS];  // complex runs only
+};
+
+constexpr int kLowers = 4;  // lower levels that go through the upper ones together
+
+/// One part, real or imaginary, of the vectors that a run needs.
+struct CouplePart {
+    const double* Lower;  // component m + Shift at [m], the next level Lower_Ld further on
+    const double* Rows;   // component m of the upper levels at [m Ld]
+    double* Weight[kLowers];
+    double* Sum[kLowers];  // results
+};
+
+/// Amplitudes of up to kLowers lower levels of a class with upper levels of one class, from the
+/// first of Rows on.
+struct CoupleRun {
+    bool Complex, Turn;  // Turn: a factor of i
+    const double* Plus;
+    const double* Minus;  // null: none
+    int Back;
+    int Lower_Ld, Num_Lowers;
+    int Num_Rows, Ld, Num;
+    CouplePart Re, Im;
+    double* Cross;  // scratch
 };
 
 class AmplitudeCalc {
@@ -39,28 +63,38 @@ class AmplitudeCalc {
     /// All upper levels.
     const PartnerList& AllPartners() { return Now->Partners((1U << kMaxBlocks) - 1); }
 
-    /// Computes the amplitudes of lower level `rank` with the levels of `list` of energy ranks
-    /// first..last-1 for the active band types, from Result().Real[..][0] on. Those that symmetry
-    /// forbids are exactly 0.0.
-    void Compute(int rank, const PartnerList& list, int first, int last);
+    /// Sizes a result. 1, or 0 with a message.
+    int Init(Amplitudes& result) const;
 
-    const Amplitudes& Result() const { return Amp; }
+    /// Computes the amplitudes of lower level `rank` with the levels of `list` of energy ranks
+    /// first..last-1 for the active band types, from result.Real[..][0] on. Those that symmetry
+    /// forbids are exactly 0.0.
+    void Compute(int rank, const PartnerList& list, int first, int last, Amplitudes& result);
 
   private:
     /// Weight m of a pair of classes is Plus[m] c(m + Shift) + Minus[m] c(m + Shift - Back), c
     /// being the components of the lower level.
     struct Coupling {
         int Upper_Class = -1;  // -1: the type does not lead away from the class
-        bool Has_Minus = false;
-        int Shift = 0, Back = 0;
+        int Shift = 0;
         KivArray<double> Plus, Minus;
+        KivArray<double> Sum_Real[kLowers], Sum_Imag[kLowers];
+        CoupleRun Run{};
+        // What the sums hold: levels Lower, Lower + 1 .. of the lower class, First .. Last - 1 of
+        // the upper one
+        int Lower = 0, Num_Lowers = 0;
+        int First = 0, Last = 0;
+
+        bool Holds(int lower, int first, int last) const {
+            return lower >= Lower && lower < Lower + Num_Lowers && first >= First && last <= Last;
+        }
     };
 
     int ClassOf(int rank) const { return Lower.ClassOf(rank); }
-    void Couple(BandType type, int lower_class);
+    void SetCoupling(BandType type, int lower_class);
     void FillCoupling(BandType type, const SymBlock& from, const SymBlock& to, Coupling& coupling);
-    void FillWeights(const Coupling& coupling, int lower_class, int index);
-    void SumComponents(const Coupling& coupling, int first, int last);
+    int InitCoupling(BandType type, Coupling& coupling, std::int64_t room);
+    void CoupleLevels(Coupling& coupling, int lower_class, int index, int first, int last);
 
     bool Complex = false;
     std::uint8_t Kept = 0;  // rotations that both states keep
@@ -71,7 +105,6 @@ class AmplitudeCalc {
     UpperLevels* Now = nullptr;
     Coupling Couplings[NUM_BANDS][kMaxBlocks];  // by class of the lower level
     unsigned Partner_Classes[kMaxBlocks] = {};
-    KivArray<double> Weight_Real, Weight_Imag;
-    KivArray<double> Sum_Real, Sum_Imag, Cross;  // amplitudes with the levels of one class
-    Amplitudes Amp;
+    KivArray<double> Weight_Real[kLowers], Weight_Imag[kLowers];
+    KivArray<double> Cross;
 };

@@ -10,7 +10,6 @@
 #include "transitions/LineMatch.h"
 #include "transitions/LineStore.h"
 #include "transitions/PairRules.h"
-#include "transitions/UpperLevels.h"
 
 namespace {
 
@@ -102,21 +101,14 @@ std::int64_t CountNegative() {
 
 int PutLine(LineStore& store, const Pair& p) {
     constexpr std::int32_t kOnly = 0;
-    constexpr float kNone = 0.0F;
-    const std::int32_t rank = p.Upper_Rank;
-    const std::uint64_t label =
-        UpperLabel(p.Ju, Kiv.Ka_Vector[ST_EXC][p.Upper()], Kiv.Kc_Vector[ST_EXC][p.Upper()]);
-    const double position = Position(p);
+    double position = Position(p);
+    float none[3] = {};  // a fit needs no intensity
+    char band = 'C';
+    const std::int32_t upper = p.Upper();
+    const std::int16_t label[3] = {static_cast<std::int16_t>(p.Ju), Kiv.Ka_Vector[ST_EXC][upper],
+                                   Kiv.Kc_Vector[ST_EXC][upper]};
     store.SetLower(p.Jl, p.Lower());
-    return store.Put({p.Ju,
-                      &rank,
-                      &label,
-                      &position,
-                      &kNone,
-                      "C",
-                      {&kNone, &kNone, &kNone},
-                      {&kNone, &kNone, &kNone}},
-                     {&kOnly, 1});
+    return store.Put({&upper, label, {&position, none, &band, none, none}}, {&kOnly, 1});
 }
 
 bool HasAnyLine(const LineMatch& match) {

@@ -12,7 +12,7 @@ Boltzmann::Boltzmann()
 
 void Boltzmann::SetLower(double erg) {
     Lower = erg;
-    Negative = On && erg < 0.0;
+    Negative = IsNegative(erg);
     if (!On || Negative) return;
     X1 = ExpFunc(-erg / kT1);
     X2 = Two_Temps ? Weight * ExpFunc(-erg / kT2) : 0.0;

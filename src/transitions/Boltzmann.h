@@ -20,8 +20,8 @@ class Boltzmann {
     /// Factor of the line to the upper level of energy `erg`.
     double Factor(double erg) const;
 
-    /// True when the lower level's energy is negative, so that B is 0.
-    bool IsNegative() const { return Negative; }
+    /// True when `erg` as the lower level's energy makes B 0.
+    bool IsNegative(double erg) const { return On && erg < 0.0; }
 
     /// False when T1 <= 0: then intensities are pure line strengths.
     bool IsOn() const { return On; }

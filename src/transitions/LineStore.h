@@ -4,18 +4,23 @@
 #include <cstdint>
 #include <span>
 
-#include "run/KivArray.h"
+/// Entries behind the last one that can be read in the arrays of a LineBatch.
+constexpr int kLineGroup = 16;
+
+/// What is calculated for lines, one entry a line.
+struct LineValues {
+    double* Position = nullptr;
+    float* Intensity = nullptr;
+    char* Band = nullptr;
+    float* Real_Amp = nullptr;  // a, b, c a line
+    float* Imag_Amp = nullptr;
+};
 
 /// Lines of one lower level to upper levels of one J', one entry a line.
 struct LineBatch {
-    int J = 0;                             // J'
-    const std::int32_t* Rank = nullptr;    // energy rank of the upper level
-    const std::uint64_t* Label = nullptr;  // its J', Ka', Kc' as in PartnerList
-    const double* Position = nullptr;
-    const float* Intensity = nullptr;
-    const char* Band = nullptr;
-    const float* Real_Amp[3] = {};  // a, b, c
-    const float* Imag_Amp[3] = {};  // complex runs only
+    const std::int32_t* Upper = nullptr;  // index of the upper level
+    const std::int16_t* Label = nullptr;  // its J', Ka', Kc', and three zeros
+    LineValues Values;
 };
 
 /// Appends lines to the store of the run record, growing it when it is full.
@@ -27,27 +32,29 @@ class LineStore {
     /// Makes level `index` (of `J`) of the ground state the lower level of the next lines.
     void SetLower(int J, std::int32_t index);
 
-    /// Appends the entries `lines` of the batch, in this order. 1, or 0 when the store cannot grow
-    /// (message printed).
+    /// The place in the store of the next `num` lines, to be calculated there, or `elsewhere` when
+    /// it has no room for them and some more.
+    LineValues PlaceFor(std::int32_t num, const LineValues& elsewhere) const;
+
+    /// Appends the first `num` entries of the batch. 1, or 0 when the store cannot grow (message
+    /// printed).
+    int PutAll(const LineBatch& batch, std::int32_t num);
+
+    /// The same for the entries `lines`, in this order.
     int Put(const LineBatch& batch, std::span<const std::int32_t> lines);
 
   private:
     void Attach();
+    int Reserve(std::int32_t num);
     int Grow();
 
+    std::int32_t Room = 0, Num = 0;
     // The arrays of the run record, at hand for the inner loop
-    double* Erg = nullptr;
-    float* Itn = nullptr;
-    float* Real_Amp = nullptr;
-    float* Imag_Amp = nullptr;
-    char* Band = nullptr;
+    LineValues Begin;
     std::int16_t* Label = nullptr;
     std::int32_t* Lower_Idx = nullptr;
     std::int32_t* Upper_Idx = nullptr;
-    std::int32_t Room = 0;
-
-    std::int32_t Num = 0;
-    std::int32_t Lower = 0;
-    std::uint64_t Lower_J = 0;     // J'' where a label of 16-bit numbers has it
-    std::uint32_t Lower_Rest = 0;  // Ka'', Kc''
+    // The lower level, line after line
+    std::int32_t Lower[kLineGroup] = {};
+    std::int16_t Lower_Label[6 * kLineGroup] = {};
 };

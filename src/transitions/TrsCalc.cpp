@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstring>
 
 #include "frames/TransMoment.h"
 #include "run/KivKey.h"
@@ -18,7 +20,7 @@
 
 namespace {
 
-// The lower level of the pairs at hand.
+// A lower level.
 struct LowerLevel {
     int J, Rank;
     std::int32_t Index;
@@ -36,10 +38,11 @@ struct Projected {
 // The pairs of one lower level with the upper levels of a list: what becomes of their amplitudes.
 // Real states: a and b add coherently, c, whose amplitude is imaginary, in quadrature; complex
 // states: all three coherently. The stored amplitudes carry the roots of the Boltzmann factor and,
-// in single precision, of the spin weight.
+// in single precision, of the spin weight. All arrays have room for whole vectors.
 struct PairRun {
     int Num;
-    bool Complex, Spins, Scaled;
+    bool Complex, Scaled, Skip_Dark, Upward_Only;
+    double Cutoff;                // of a run with temperatures
     const double* Re[NUM_BANDS];  // amplitudes
     const double* Im[NUM_BANDS];
     double Prj[NUM_BANDS];
@@ -49,67 +52,102 @@ struct PairRun {
     float Spin_Root;
     const double* Boltzmann;
     // results
+    LineValues Lines;
     double* Raw;
     double* Strength;
-    double* Position;
-    float* Intensity;
-    char* Band;
-    float* Real_Amp[NUM_BANDS];
-    float* Imag_Amp[NUM_BANDS];
+    long long* Dropped;  // not 0 for a pair that is no line
+    bool* Any_Dropped;
 };
 
-KIV_INLINE char BandLetter(double a, double b, double c) {
-    return a > b && a > c ? 'A' : b > a && b > c ? 'B' : 'C';
+using Float4 = float __attribute__((vector_size(16)));
+using Long4 = long long __attribute__((vector_size(32)));
+using Char4 = char __attribute__((vector_size(4)));
+
+template <class To, class From>
+KIV_INLINE void StoreAs(void* to, const From& from) {
+    const To converted = __builtin_convertvector(from, To);
+    std::memcpy(to, &converted, sizeof converted);
 }
+
+// The amplitudes of a few pairs in single precision, a, b, c of one pair after the other.
+KIV_INLINE void PutAmplitudes(const double* const (&amp)[NUM_BANDS], int pair, const Vec4& scale,
+                              float root, float* out) {
+    Float4 scaled[NUM_BANDS];
+    for (int type = 0; type < NUM_BANDS; ++type) {
+        Vec4 x;
+        LoadVec(x, amp[type] + pair);
+        scaled[type] = __builtin_convertvector(scale * x, Float4) * root;
+    }
+    const auto& [a, b, c] = scaled;
+    const Float4 ab_low = __builtin_shufflevector(a, b, 0, 4, 1, 5);         // a0 b0 a1 b1
+    const Float4 ab_high = __builtin_shufflevector(a, b, 2, 6, 3, 7);        // a2 b2 a3 b3
+    const Float4 bc = __builtin_shufflevector(b, c, 1, 5, 2, 6);             // b1 c1 b2 c2
+    const Float4 first = __builtin_shufflevector(ab_low, c, 0, 1, 4, 2);     // a0 b0 c0 a1
+    const Float4 second = __builtin_shufflevector(bc, ab_high, 0, 1, 4, 5);  // b1 c1 a2 b2
+    const Float4 third = __builtin_shufflevector(c, ab_high, 2, 6, 7, 3);    // c2 a3 b3 c3
+    std::memcpy(out, &first, sizeof first);
+    std::memcpy(out + 4, &second, sizeof second);
+    std::memcpy(out + 8, &third, sizeof third);
+}
+
+constexpr int kPairs = 4;  // evaluated together
 
 template <class>
 KIV_INLINE void EvaluateBody(const PairRun& run) {
     const double ma = run.Prj[BAND_A], mb = run.Prj[BAND_B], mc = run.Prj[BAND_C];
-    const double *a = run.Re[BAND_A], *b = run.Re[BAND_B], *c = run.Re[BAND_C];
-    const double *ia = run.Im[BAND_A], *ib = run.Im[BAND_B], *ic = run.Im[BAND_C];
-    for (int i = 0; i < run.Num; ++i) {
-        run.Position[i] = run.Origin + run.Erg[i] - run.Lower_Erg;
-    }
-    if (run.Complex) {
-        for (int i = 0; i < run.Num; ++i) {
-            const double re = ma * a[i] + mb * b[i] + mc * c[i];
-            const double im = ma * ia[i] + mb * ib[i] + mc * ic[i];
-            run.Raw[i] = re * re + im * im;
-            const auto square = [](double m, double x, double y) {
-                return (m * x) * (m * x) + (m * y) * (m * y);
-            };
-            run.Band[i] = BandLetter(square(ma, a[i], ia[i]), square(mb, b[i], ib[i]),
-                                     square(mc, c[i], ic[i]));
+    constexpr Long4 kPlace = {0, 1, 2, 3};
+    Long4 any = {};
+    for (int i = 0; i < run.Num; i += kPairs) {
+        const Long4 left = kPlace < static_cast<long long>(run.Num - i);  // not behind the last one
+        Vec4 a, b, c, erg, factor, raw;
+        LoadVec(a, run.Re[BAND_A] + i);
+        LoadVec(b, run.Re[BAND_B] + i);
+        LoadVec(c, run.Re[BAND_C] + i);
+        LoadVec(erg, run.Erg + i);
+        LoadVec(factor, run.Boltzmann + i);
+        a = ma * a, b = mb * b, c = mc * c;
+        Vec4 sa = a * a, sb = b * b, sc = c * c;
+        if (run.Complex) {
+            Vec4 ia, ib, ic;
+            LoadVec(ia, run.Im[BAND_A] + i);
+            LoadVec(ib, run.Im[BAND_B] + i);
+            LoadVec(ic, run.Im[BAND_C] + i);
+            ia = ma * ia, ib = mb * ib, ic = mc * ic;
+            sa += ia * ia, sb += ib * ib, sc += ic * ic;
+            const Vec4 re = a + b + c, im = ia + ib + ic;
+            raw = re * re + im * im;
+        } else {
+            const Vec4 ab = a + b;
+            raw = ab * ab + sc;
         }
-    } else {
-        for (int i = 0; i < run.Num; ++i) {
-            const double pa = ma * a[i], pb = mb * b[i], pc = mc * c[i];
-            const double ab = pa + pb;
-            run.Raw[i] = ab * ab + pc * pc;
-            run.Band[i] = BandLetter(pa * pa, pb * pb, pc * pc);
+        const Vec4 strength = raw * run.Spin_Wt * factor;
+        const Vec4 position = run.Origin + erg - run.Lower_Erg;
+        StoreVec(run.Raw + i, raw);
+        StoreVec(run.Strength + i, strength);
+        StoreVec(run.Lines.Position + i, position);
+        StoreAs<Float4>(run.Lines.Intensity + i, strength);
+        const Long4 none = {};
+        const Long4 letter = ((sa > sb) & (sa > sc)) != 0   ? none + 'A'
+                             : ((sb > sa) & (sb > sc)) != 0 ? none + 'B'
+                                                            : none + 'C';
+        StoreAs<Char4>(run.Lines.Band + i, letter);
+        Vec4 scale = factor;
+        if (run.Scaled) {
+            scale = factor > 0.0 ? factor : 0.0 * factor;
+            SqrtVec(scale);
         }
-    }
-    for (int i = 0; i < run.Num; ++i) {
-        const double raw = run.Spins ? run.Raw[i] * run.Spin_Wt : run.Raw[i];
-        run.Strength[i] = raw * run.Boltzmann[i];
-        run.Intensity[i] = static_cast<float>(run.Strength[i]);
-    }
-    for (int type = 0; type < NUM_BANDS; ++type) {
-        for (int part = 0; part < (run.Complex ? 2 : 1); ++part) {
-            const double* amp = part == 0 ? run.Re[type] : run.Im[type];
-            float* out = part == 0 ? run.Real_Amp[type] : run.Imag_Amp[type];
-            if (!run.Scaled) {
-                for (int i = 0; i < run.Num; ++i) {
-                    out[i] = static_cast<float>(amp[i]) * run.Spin_Root;
-                }
-                continue;
-            }
-            for (int i = 0; i < run.Num; ++i) {
-                const double scale = std::sqrt(std::max(0.0, run.Boltzmann[i]));
-                out[i] = static_cast<float>(scale * amp[i]) * run.Spin_Root;
-            }
+        PutAmplitudes(run.Re, i, scale, run.Spin_Root, run.Lines.Real_Amp + NUM_BANDS * i);
+        if (run.Complex) {
+            PutAmplitudes(run.Im, i, scale, run.Spin_Root, run.Lines.Imag_Amp + NUM_BANDS * i);
         }
+        Long4 dropped = run.Scaled ? strength <= run.Cutoff : strength == 0.0;
+        if (run.Skip_Dark) dropped |= raw == 0.0;
+        if (run.Upward_Only) dropped |= position < 0.0;
+        dropped &= left;
+        std::memcpy(run.Dropped + i, &dropped, sizeof dropped);
+        any |= dropped;
     }
+    *run.Any_Dropped = (any[0] | any[1] | any[2] | any[3]) != 0;
 }
 
 KIV_KERNEL(Evaluate, PairRun)
@@ -118,6 +156,16 @@ KIV_KERNEL(Evaluate, PairRun)
 // j < J. The listing counts so.
 long long ListedOffset(long long J) { return J * (2 * J - 1) * (2 * J + 1) / 3; }
 
+// The pairs of one lower level with upper levels of one J' that follow each other in a list.
+struct PairsOfLevel {
+    LowerLevel Lower;
+    int Ju = 0;
+    const PartnerList* List = nullptr;
+    int Place = 0;  // of the first one
+    int Num = 0;
+    Amplitudes Amp;
+};
+
 // One run through all pairs of levels.
 class TrsPass {
   public:
@@ -125,19 +173,20 @@ class TrsPass {
 
   private:
     int Init();
+    void SetValues();
     void RunLower(int J_lower);
     void RunBranch(int J_lower, int J_upper);
     void RunLevel(const LowerLevel& lower, int J_upper);
     void FillHighest(int J_upper);
     int FirstUpward(const LowerLevel& lower, int J_upper);
     void PassDownward(const LowerLevel& lower, int J_upper, int first, int last);
-    void EvaluateLevel(const LowerLevel& lower, const PartnerList& list, int place, int num);
-    void KeepLines(const LowerLevel& lower, int J_upper, int num);
-    void KeepMatched(const LowerLevel& lower, int J_upper, int first, int num);
+    void EvaluateLevel(bool all);
+    void KeepLines();
+    void KeepMatched();
     bool PassesParity(const LowerLevel& lower, std::int32_t upper) const;
     bool IsWeak(int pair) const;
     Projected Project(int pair) const;
-    void ListPair(const LowerLevel& lower, int J_upper, int rank, int pair) const;
+    void ListPair(int pair) const;
     void ListDerivatives() const;
     int Finish();
 
@@ -157,13 +206,18 @@ class TrsPass {
     int Upward = 0;  // ground-only runs: the first upper level that lies above the lower one
     KivArray<double> Highest;  // highest energy up to each rank: levels that agree have no order
 
-    // The pairs of one lower level with the upper levels of one J', from 0 on
+    // The pairs of the level at hand and what becomes of them
+    PairsOfLevel Pairs;
     LineBatch Batch;
+    PairRun Values{};
+    LineValues Scratch;
     KivArray<double> Position, Raw, Strength, Factor;
     KivArray<float> Intensity;
-    KivArray<float> Real_Amp[NUM_BANDS], Imag_Amp[NUM_BANDS];
+    KivArray<float> Real_Amp, Imag_Amp;
     KivArray<char> Band;
     KivArray<std::int32_t> Lines;  // pairs that are lines
+    KivArray<long long> Dropped;
+    bool Any_Dropped = false;
     bool Failed = false;
     std::int64_t Num_Negative = 0;
 };
@@ -182,26 +236,38 @@ LowerLevel MakeLower(int J, int rank) {
 }
 
 int TrsPass::Init() {
-    const std::int64_t n = 2 * std::int64_t{Kiv.Max_J} + 1;
-    if (!Amps.Init()) return 0;
+    const std::int64_t n = 2 * std::int64_t{Kiv.Max_J} + 1 + kLineGroup;
+    if (!Amps.Init() || !Amps.Init(Pairs.Amp)) return 0;
     for (KivArray<double>* arr : {&Position, &Raw, &Strength, &Factor, &Highest}) {
         if (ArrAlloc(*arr, n) < 0) return CoreFail("TrsPass()/Raw");
     }
-    for (int type = 0; type < NUM_BANDS; ++type) {
-        if (ArrAlloc(Real_Amp[type], n) < 0 || ArrAlloc(Imag_Amp[type], n) < 0) {
-            return CoreFail("TrsPass()/Amp");
-        }
-        Batch.Real_Amp[type] = Real_Amp[type].Data();
-        Batch.Imag_Amp[type] = Imag_Amp[type].Data();
+    if (ArrAlloc(Real_Amp, NUM_BANDS * n) < 0 || ArrAlloc(Imag_Amp, NUM_BANDS * n) < 0) {
+        return CoreFail("TrsPass()/Amp");
     }
-    if (ArrAlloc(Intensity, n) < 0 || ArrAlloc(Band, n) < 0 || ArrAlloc(Lines, n) < 0) {
+    if (ArrAlloc(Intensity, n) < 0 || ArrAlloc(Band, n) < 0 || ArrAlloc(Lines, n) < 0 ||
+        ArrAlloc(Dropped, n) < 0) {
         return CoreFail("TrsPass()/Lines");
     }
     std::fill_n(Factor.Data(), n, 1.0);
-    Batch.Position = Position.Data();
-    Batch.Intensity = Intensity.Data();
-    Batch.Band = Band.Data();
+    SetValues();
     return 1;
+}
+
+// What the pairs of all levels have in common.
+void TrsPass::SetValues() {
+    Values.Complex = Complex;
+    Values.Scaled = Weights.IsOn();
+    Values.Skip_Dark = Skip_Dark;
+    Values.Upward_Only = Gnd_Only;
+    Values.Cutoff = Cutoff;
+    Values.Origin = Origin;
+    std::copy_n(Kiv.TM_Prj, NUM_BANDS, Values.Prj);
+    Values.Boltzmann = Factor.Data();
+    Values.Raw = Raw.Data();
+    Values.Strength = Strength.Data();
+    Scratch = {Position.Data(), Intensity.Data(), Band.Data(), Real_Amp.Data(), Imag_Amp.Data()};
+    Values.Dropped = Dropped.Data();
+    Values.Any_Dropped = &Any_Dropped;
 }
 
 int TrsPass::Run() {
@@ -230,25 +296,26 @@ void TrsPass::RunBranch(int Jl, int Ju) {
 void TrsPass::RunLevel(const LowerLevel& lower, int Ju) {
     const UpperRange range = UpperRangeOf(lower.Ka, Ju);
     if (range.First >= range.Last) return;
-    Weights.SetLower(lower.Erg);
     const int first = std::min(std::max(range.First, FirstUpward(lower, Ju)), range.Last);
     const bool matched = Match.HasUpTo(LineKey(lower.J, Ju, lower.Rank, range.Last - 1));
     // pairs that are matched, counted or listed are looked at one by one, the dark ones included
-    const bool all = Debug || matched || Weights.IsNegative();
+    const bool all = Debug || matched || Weights.IsNegative(lower.Erg);
     if (all) PassDownward(lower, Ju, range.First, first);
     const PartnerList& list = all ? Amps.AllPartners() : Amps.Partners(lower.Rank);
-    const int place = list.Below[first], num = list.Below[range.Last] - place;
-    if (num == 0) return;
-    Amps.Compute(lower.Rank, list, first, range.Last);
-    EvaluateLevel(lower, list, place, num);
+    Pairs.Lower = lower;
+    Pairs.Ju = Ju;
+    Pairs.List = &list;
+    Pairs.Place = list.Below[first];
+    Pairs.Num = list.Below[range.Last] - Pairs.Place;
+    if (Pairs.Num == 0) return;
+    Amps.Compute(lower.Rank, list, first, range.Last, Pairs.Amp);
+    Weights.SetLower(lower.Erg);
+    EvaluateLevel(all);
     Store.SetLower(lower.J, lower.Index);
-    Batch.J = Ju;
-    Batch.Rank = list.Rank + place;
-    Batch.Label = list.Label + place;
     if (all) {
-        KeepMatched(lower, Ju, first, num);
+        KeepMatched();
     } else {
-        KeepLines(lower, Ju, num);
+        KeepLines();
     }
 }
 
@@ -279,38 +346,29 @@ void TrsPass::PassDownward(const LowerLevel& lower, int Ju, int first, int last)
     for (int rank = first; rank < last; ++rank) {
         if (Parity && !PassesParity(lower, Ju * Ju + rank)) continue;
         if (Match.Matches(key + static_cast<std::uint64_t>(rank))) Match.Drop();
-        Num_Negative += Weights.IsNegative();
+        Num_Negative += Weights.IsNegative(lower.Erg);
     }
 }
 
-void TrsPass::EvaluateLevel(const LowerLevel& lower, const PartnerList& list, int place, int num) {
-    PairRun run{};
-    run.Num = num;
-    run.Complex = Complex;
-    run.Spins = Spins;
-    run.Scaled = Weights.IsOn();
+void TrsPass::EvaluateLevel(bool all) {
+    const std::int32_t spin_wt = Pairs.Lower.Spin_Wt;
+    Values.Num = Pairs.Num;
     for (int type = 0; type < NUM_BANDS; ++type) {
-        run.Re[type] = Amps.Result().Real[type].Data();
-        run.Im[type] = Amps.Result().Imag[type].Data();
-        run.Prj[type] = Kiv.TM_Prj[type];
-        run.Real_Amp[type] = Real_Amp[type].Data();
-        run.Imag_Amp[type] = Imag_Amp[type].Data();
+        Values.Re[type] = Pairs.Amp.Real[type].Data();
+        Values.Im[type] = Pairs.Amp.Imag[type].Data();
     }
-    run.Erg = list.Erg + place;
-    run.Origin = Origin;
-    run.Lower_Erg = lower.Erg;
-    run.Spin_Wt = lower.Spin_Wt;
-    run.Spin_Root = Spins ? std::sqrt(static_cast<float>(std::max(0, lower.Spin_Wt))) : 1.0F;
+    Values.Erg = Pairs.List->Erg + Pairs.Place;
+    Values.Lower_Erg = Pairs.Lower.Erg;
+    Values.Spin_Wt = Spins ? spin_wt : 1;
+    Values.Spin_Root = Spins ? std::sqrt(static_cast<float>(std::max(0, spin_wt))) : 1.0F;
     if (Weights.IsOn()) {
-        for (int i = 0; i < num; ++i) Factor[i] = Weights.Factor(run.Erg[i]);
+        for (int i = 0; i < Pairs.Num; ++i) Factor[i] = Weights.Factor(Values.Erg[i]);
     }
-    run.Boltzmann = Factor.Data();
-    run.Raw = Raw.Data();
-    run.Strength = Strength.Data();
-    run.Position = Position.Data();
-    run.Intensity = Intensity.Data();
-    run.Band = Band.Data();
-    Evaluate(run);
+    // pairs that are looked at one by one stay out of the store until then
+    Values.Lines = all ? Scratch : Store.PlaceFor(Pairs.Num, Scratch);
+    Evaluate(Values);
+    Batch = {Pairs.List->Index + Pairs.Place, Pairs.List->Label + std::ptrdiff_t{6} * Pairs.Place,
+             Values.Lines};
 }
 
 bool TrsPass::IsWeak(int pair) const {
@@ -318,32 +376,28 @@ bool TrsPass::IsWeak(int pair) const {
 }
 
 // No pair of the level is assigned.
-void TrsPass::KeepLines(const LowerLevel& lower, int Ju, int num) {
-    std::size_t kept = 0;
-    for (std::int32_t i = 0; i < num; ++i) {
-        Lines[kept] = i;
-        const bool dark = Skip_Dark && Raw[i] == 0.0;
-        const bool down = Gnd_Only && Position[i] < 0.0;
-        kept += !dark && !down && !IsWeak(i);
+void TrsPass::KeepLines() {
+    if (!Any_Dropped && !Parity) {
+        Failed = Store.PutAll(Batch, Pairs.Num) == 0;
+        return;
     }
-    if (Parity) {
-        std::int32_t* end = std::remove_if(Lines.Data(), Lines.Data() + kept, [&](std::int32_t i) {
-            return !PassesParity(lower, Ju * Ju + Batch.Rank[i]);
-        });
-        kept = static_cast<std::size_t>(end - Lines.Data());
+    std::size_t kept = 0;
+    for (std::int32_t i = 0; i < Pairs.Num; ++i) {
+        Lines[kept] = i;
+        kept += Dropped[i] == 0 && (!Parity || PassesParity(Pairs.Lower, Batch.Upper[i]));
     }
     Failed = Store.Put(Batch, {Lines.Data(), kept}) == 0;
 }
 
-// All upper levels of the range, one after the other; `first` is the energy rank of pair 0.
-void TrsPass::KeepMatched(const LowerLevel& lower, int Ju, int first, int num) {
-    const std::uint64_t key = LineKey(lower.J, Ju, lower.Rank, first);
-    for (std::int32_t i = 0; i < num && !Failed; ++i) {
-        if (Parity && !PassesParity(lower, Ju * Ju + first + i)) continue;
+// All upper levels of the range, one after the other; places are energy ranks.
+void TrsPass::KeepMatched() {
+    const std::uint64_t key = LineKey(Pairs.Lower.J, Pairs.Ju, Pairs.Lower.Rank, Pairs.Place);
+    for (std::int32_t i = 0; i < Pairs.Num && !Failed; ++i) {
+        if (Parity && !PassesParity(Pairs.Lower, Batch.Upper[i])) continue;
         const bool matched = Match.Matches(key + static_cast<std::uint64_t>(i));
-        Num_Negative += Weights.IsNegative();
+        Num_Negative += Weights.IsNegative(Pairs.Lower.Erg);
         if (Raw[i] == 0.0 && Skip_Dark && !matched) continue;
-        if (Debug) ListPair(lower, Ju, first + i, i);
+        if (Debug) ListPair(i);
         if (IsWeak(i) && !matched) continue;
         if (Gnd_Only && Position[i] < 0.0) {
             if (matched) Match.Drop();
@@ -361,10 +415,11 @@ bool TrsPass::PassesParity(const LowerLevel& lower, std::int32_t upper) const {
 }
 
 Projected TrsPass::Project(int pair) const {
+    const Amplitudes& amp = Pairs.Amp;
     Projected p;
     for (int type = 0; type < NUM_BANDS; ++type) {
-        p.Re[type] = Kiv.TM_Prj[type] * Amps.Result().Real[type][pair];
-        p.Im[type] = Complex ? Kiv.TM_Prj[type] * Amps.Result().Imag[type][pair] : 0.0;
+        p.Re[type] = Kiv.TM_Prj[type] * amp.Real[type][pair];
+        p.Im[type] = Complex ? Kiv.TM_Prj[type] * amp.Imag[type][pair] : 0.0;
     }
     return p;
 }
@@ -389,7 +444,10 @@ void TrsPass::ListDerivatives() const {
     LogPut("DevErg[]=%lf\n", erg);
 }
 
-void TrsPass::ListPair(const LowerLevel& lower, int Ju, int rank, int pair) const {
+void TrsPass::ListPair(int pair) const {
+    const LowerLevel& lower = Pairs.Lower;
+    const int Ju = Pairs.Ju, rank = Pairs.Place + pair;  // all upper levels are listed
+    const Amplitudes& amp = Pairs.Amp;
     const Projected p = Project(pair);
     if (!Complex) {
         LogPut("AR PRJ> %lf   BR PRJ> %lf   CI PRJ> %lf\n", p.Re[0], p.Re[1], p.Re[2]);
@@ -411,7 +469,6 @@ void TrsPass::ListPair(const LowerLevel& lower, int Ju, int rank, int pair) cons
            ListedOffset(lower.J) + static_cast<long long>(lower.Rank) * gv_dim,
            ListedOffset(Ju) + static_cast<long long>(rank) * ev_dim);
     LogPut("KG_OFS> %d  KE_OFS> %d \n", lower.Index, upper);
-    const Amplitudes& amp = Amps.Result();
     LogPut("AR AMP> %lf   BR AMP> %lf", amp.Real[0][pair], amp.Real[1][pair]);
     LogPut("   CR AMP> %lf\n", amp.Real[2][pair]);
     LogPut("AI AMP> %lf   BI AMP> %lf", amp.Imag[0][pair], amp.Imag[1][pair]);

@@ -4,18 +4,33 @@
 
 #include "run/KivRecord.h"
 #include "run/KivTrace.h"
+#include "transitions/LineStore.h"
+
+namespace {
+
+// Columns j..j+Width-1 of the vectors, which are `from_ld` apart, to rows that are `to_ld` apart.
+template <int Width>
+void Transpose(const double* from, int from_ld, int N, int j, int to_ld, double* to) {
+    for (int m = 0; m < N; ++m) {
+        double* row = to + std::ptrdiff_t{m} * to_ld + j;
+        for (int i = 0; i < Width; ++i) row[i] = from[std::ptrdiff_t{j + i} * from_ld + m];
+    }
+}
+
+}  // namespace
 
 int UpperLevels::Init(std::uint8_t kept) {
     if (!By_Class.Init(ST_EXC, kept)) return 0;
     const int n = 2 * Kiv.Max_J + 1;
-    const std::int64_t lists = std::size(List), room = lists * (n + 1);
+    const std::int64_t lists = std::size(List), room = lists * (n + 1) + kLineGroup;
     for (int part = 0; part < (Kiv.Cplx_Ham == 1 ? 2 : 1); ++part) {
-        if (ArrAlloc(Rows[part], std::int64_t{n} * RowLd(n)) < 0) {
+        if (ArrAlloc(Rows[part], std::int64_t{n} * RowLd(n) + kVecStep) < 0) {
             return CoreFail("UpperLevels()/Rows");
         }
+        Start[part] = AlignVec(Rows[part].Data());
     }
-    if (ArrAlloc(Rank, room) < 0 || ArrAlloc(Below, room) < 0 || ArrAlloc(PlaceOf, room) < 0 ||
-        ArrAlloc(Erg, room) < 0 || ArrAlloc(Label, room) < 0) {
+    if (ArrAlloc(Index, room) < 0 || ArrAlloc(Below, room) < 0 || ArrAlloc(PlaceOf, room) < 0 ||
+        ArrAlloc(Erg, room) < 0 || ArrAlloc(Label, 6 * room) < 0) {
         return CoreFail("UpperLevels()/List");
     }
     return 1;
@@ -33,11 +48,12 @@ void UpperLevels::FillRows(int part) {
     for (int c = 0; c < By_Class.NumClasses(); ++c) {
         const int N = By_Class.Class(c).N, ld = RowLd(N);
         First_Row[c] = row;
-        double* out = Rows[part].Data() + row;
-        for (int j = 0; j < N; ++j) {
-            const double* v = part == 0 ? By_Class.Real(c, j) : By_Class.Imag(c, j);
-            for (int m = 0; m < N; ++m) out[std::ptrdiff_t{m} * ld + j] = v[m];
-        }
+        double* out = Start[part] + row;
+        const double* first = part == 0 ? By_Class.Real(c, 0) : By_Class.Imag(c, 0);
+        int j = 0;
+        for (; j + kVecStep <= N; j += kVecStep)
+            Transpose<kVecStep>(first, VecLd(N), N, j, ld, out);
+        for (; j < N; ++j) Transpose<1>(first, VecLd(N), N, j, ld, out);
         row += std::int64_t{N} * ld;
     }
 }
@@ -59,12 +75,14 @@ void UpperLevels::FillList(unsigned classes, PartnerList& list) {
         if ((classes >> c & 1) == 0) continue;
         PlaceOf[first + By_Class.First(c) + By_Class.IndexOf(rank)] =
             static_cast<std::int32_t>(place);
-        Rank[first + place] = rank;
+        Index[first + place] = static_cast<std::int32_t>(level) + rank;
         Erg[first + place] = Kiv.HamErg_Vector[ST_EXC][level + rank];
-        Label[first + place] =
-            UpperLabel(J, Kiv.Ka_Vector[ST_EXC][level + rank], Kiv.Kc_Vector[ST_EXC][level + rank]);
+        std::int16_t* label = &Label[6 * (first + place)];
+        label[0] = static_cast<std::int16_t>(J);
+        label[1] = Kiv.Ka_Vector[ST_EXC][level + rank];
+        label[2] = Kiv.Kc_Vector[ST_EXC][level + rank];
         ++place;
     }
     Below[first + n] = static_cast<std::int32_t>(place);
-    list = {true, &Rank[first], &Erg[first], &Label[first], &Below[first], &PlaceOf[first]};
+    list = {true, &Index[first], &Erg[first], &Label[6 * first], &Below[first], &PlaceOf[first]};
 }
