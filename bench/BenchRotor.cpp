@@ -51,6 +51,17 @@ void SetBenchRotor(int max_J) {
     }
 }
 
+void SetBenchBand(int max_J) {
+    SetBenchRotor(max_J);
+    Kiv.Gnd_Only = 0;
+    Kiv.Fit_Stat = 1;
+    for (const auto& [prm, val] : kRotor) {
+        Kiv.Prm_Stat[ST_EXC][prm] = 1;
+        Kiv.Prm_Val[ST_EXC][prm] = 0.98 * val;
+    }
+    Kiv.Prm_Val[ST_EXC][PRM_ORI] = 1e9;
+}
+
 void TiltBenchRotor() {
     for (int state : {ST_GND, ST_EXC}) {
         Kiv.Euler_Phi[state] = 33.0;

@@ -8,8 +8,8 @@
 /// Registers `body` as a row of the table: what is done, by whom ("kiv" or what it is compared
 /// with), for which Max_J. Rows of one `what` and `max_J` share a line.
 ///
-/// The table shows the median of `repetitions` runs. A body may set the counter "items" to the
-/// number of lines or levels it made.
+/// The table shows the median of `repetitions` runs. A body may set the counters "items", the
+/// number of lines or levels it made, and "peak MB", its memory.
 benchmark::internal::Benchmark* AddRow(const std::string& what, const std::string& by, int max_J,
                                        void (*body)(benchmark::State&, int max_J),
                                        int repetitions = 5);
@@ -17,6 +17,9 @@ benchmark::internal::Benchmark* AddRow(const std::string& what, const std::strin
 /// A fresh run record of a near-prolate rotor: A reduction with all quartic constants, a and b
 /// type, line strengths, one state (ground only), every line of |dKa| <= BenchDeltaK(max_J).
 void SetBenchRotor(int max_J);
+
+/// The same rotor with an excited state of its own: all P, Q and R lines between the two.
+void SetBenchBand(int max_J);
 
 /// Tilts the axes of both states by three angles, so that no symmetry is left: complex matrices of
 /// the full size.

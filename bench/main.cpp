@@ -5,6 +5,7 @@
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -15,6 +16,7 @@
 
 void AddEigenRows();
 void AddRunRows();
+void MeasurePeaks();
 void AddOutputRows();
 void AddFitRows();
 
@@ -25,6 +27,7 @@ struct Line {
     int Max_J = 0;
     double Items = 0.0;
     double Ms = 0.0;
+    double Peak_MB = 0.0;
     std::string Other;
     double Other_Ms = 0.0;
 };
@@ -42,9 +45,11 @@ class OneTable : public benchmark::BenchmarkReporter {
     }
 
     void Finalize() override {
-        std::fprintf(Out, "%-32s %5s %9s %11s %10s  %-16s %11s %6s\n", "what", "max J", "items",
-                     "kiv ms", "us/item", "compared with", "ms", "ratio");
+        std::fprintf(Out, "%-32s %5s %9s %11s %10s %8s  %-16s %11s %6s\n", "what", "max J", "items",
+                     "kiv ms", "us/item", "peak MB", "compared with", "ms", "ratio");
         for (const Line& line : Lines) Put(line);
+        std::fprintf(Out, "\ntime as J^x, J from %d up\n", kFirstJ);
+        for (const Line& line : Lines) PutExponent(line);
     }
 
   private:
@@ -61,15 +66,20 @@ class OneTable : public benchmark::BenchmarkReporter {
             return;
         }
         line.Ms = ms;
-        const auto items = run.counters.find("items");
-        if (items != run.counters.end()) line.Items = items->second.value;
+        line.Items = Counter(run, "items");
+        line.Peak_MB = Counter(run, "peak MB");
+    }
+
+    static double Counter(const Run& run, const char* name) {
+        const auto counter = run.counters.find(name);
+        return counter != run.counters.end() ? counter->second.value : 0.0;
     }
 
     Line& Find(const std::string& what, int max_J) {
         for (Line& line : Lines) {
             if (line.What == what && line.Max_J == max_J) return line;
         }
-        Lines.push_back({what, max_J, 0.0, 0.0, "", 0.0});
+        Lines.push_back({what, max_J, 0.0, 0.0, 0.0, "", 0.0});
         return Lines.back();
     }
 
@@ -77,6 +87,11 @@ class OneTable : public benchmark::BenchmarkReporter {
         std::fprintf(Out, "%-32s %5d %9.0f %11.3f", line.What.c_str(), line.Max_J, line.Items,
                      line.Ms);
         if (line.Items > 0.0) std::fprintf(Out, " %10.3f", 1e3 * line.Ms / line.Items);
+        if (line.Peak_MB > 0.0) {
+            std::fprintf(Out, " %8.0f", line.Peak_MB);
+        } else if (line.Other_Ms > 0.0) {
+            std::fprintf(Out, " %8s", "");
+        }
         if (line.Other_Ms > 0.0) {
             std::fprintf(Out, "  %-16s %11.3f %6.2f", line.Other.c_str(), line.Other_Ms,
                          line.Ms / line.Other_Ms);
@@ -84,6 +99,20 @@ class OneTable : public benchmark::BenchmarkReporter {
         std::fprintf(Out, "\n");
     }
 
+    // Least-squares slope of log(time) against log(J), once a stage.
+    void PutExponent(const Line& line) {
+        if (line.Max_J != kFirstJ) return;
+        double n = 0.0, x = 0.0, y = 0.0, xx = 0.0, xy = 0.0;
+        for (const Line& other : Lines) {
+            if (other.What != line.What || other.Max_J < kFirstJ) continue;
+            const double lj = std::log(other.Max_J), lt = std::log(other.Ms);
+            n += 1.0, x += lj, y += lt, xx += lj * lj, xy += lj * lt;
+        }
+        if (n < 2.0) return;
+        std::fprintf(Out, "%-32s %5.1f\n", line.What.c_str(), (n * xy - x * y) / (n * xx - x * x));
+    }
+
+    static constexpr int kFirstJ = 35;
     std::FILE* Out;
     std::vector<Line> Lines;
 };
@@ -103,6 +132,7 @@ int main(int argc, char** argv) {
     std::filesystem::current_path(folder);
     Services = {NoWait, NoChar, NoNumber};
 
+    MeasurePeaks();  // while the benchmark is small: a new process counts its memory, too
     AddEigenRows();
     AddRunRows();
     AddOutputRows();
