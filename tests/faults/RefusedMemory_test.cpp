@@ -1,4 +1,5 @@
 // Memory that is refused, request by request, through whole runs; and runs that are too large.
+#include <algorithm>
 #include <cstdlib>
 #include <new>
 
@@ -159,6 +160,24 @@ TEST_F(LargeRun, FreedAndResizedArraysGiveBack) {
     ArrFree(b);
     EXPECT_EQ(ArrAlloc(b, 11000), 1);
     ArrLimit(-1);
+}
+
+// Large blocks have mappings of their own: into one, inside it, to a larger one, and back.
+TEST_F(LargeRun, ArraysKeepTheirContentAtEverySize) {
+    const std::int64_t held = ArrHeld();
+    KivArray<double> a;
+    std::int64_t kept = 0;
+    for (std::int64_t n : {1000, 600000, 2000000, 12000000, 700000, 100, 600000}) {
+        ASSERT_EQ(kept == 0 ? ArrAlloc(a, n) : ArrRealloc(a, n), 1);
+        EXPECT_EQ(ArrHeld() - held, 8 * n);
+        kept = std::min(kept, n);
+        for (std::int64_t i = 0; i < kept; ++i) ASSERT_EQ(a[i], i) << n;
+        for (; kept < n; ++kept) a[kept] = static_cast<double>(kept);
+    }
+    ASSERT_EQ(ArrAlloc(a, 1000000), 1);
+    EXPECT_TRUE(std::all_of(a.Data(), a.Data() + 1000000, [](double x) { return x == 0.0; }));
+    ArrFree(a);
+    EXPECT_EQ(ArrHeld(), held);
 }
 
 }  // namespace
