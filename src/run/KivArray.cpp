@@ -29,7 +29,7 @@ static_assert(sizeof(Header) <= kHeader);
 
 // Large blocks have mappings of their own, in which they grow without being moved, and large pages
 // where the system has them. Only what is used of a mapping takes memory.
-constexpr std::int64_t kLarge = std::int64_t{4} << 20;
+constexpr std::int64_t kLarge = std::int64_t{1} << 20;
 constexpr std::size_t kLargePage = std::size_t{2} << 20;
 
 Header* HeaderOf(void* block) {

@@ -1,21 +1,60 @@
 #include "transitions/UpperLevels.h"
 
+#include <cstddef>
 #include <iterator>
 
 #include "run/KivRecord.h"
 #include "run/KivTrace.h"
+#include "run/Simd.h"
 #include "transitions/LineStore.h"
 
 namespace {
 
-// Columns j..j+Width-1 of the vectors, which are `from_ld` apart, to rows that are `to_ld` apart.
-template <int Width>
-void Transpose(const double* from, int from_ld, int N, int j, int to_ld, double* to) {
-    for (int m = 0; m < N; ++m) {
-        double* row = to + std::ptrdiff_t{m} * to_ld + j;
-        for (int i = 0; i < Width; ++i) row[i] = from[std::ptrdiff_t{j + i} * from_ld + m];
+// Vectors of N components, From_Ld apart, to rows of one component each, To_Ld apart.
+struct TransposeRun {
+    int N;
+    const double* From;
+    std::ptrdiff_t From_Ld;
+    double* To;
+    std::ptrdiff_t To_Ld;
+};
+
+// Four components of four vectors.
+KIV_INLINE void TransposeSquare(const double* from, std::ptrdiff_t from_ld, double* to,
+                                std::ptrdiff_t to_ld) {
+    Vec4 v0, v1, v2, v3;
+    LoadVec(v0, from);
+    LoadVec(v1, from + from_ld);
+    LoadVec(v2, from + 2 * from_ld);
+    LoadVec(v3, from + 3 * from_ld);
+    const Vec4 even01 = __builtin_shufflevector(v0, v1, 0, 4, 2, 6);
+    const Vec4 odd01 = __builtin_shufflevector(v0, v1, 1, 5, 3, 7);
+    const Vec4 even23 = __builtin_shufflevector(v2, v3, 0, 4, 2, 6);
+    const Vec4 odd23 = __builtin_shufflevector(v2, v3, 1, 5, 3, 7);
+    StoreVec(to, __builtin_shufflevector(even01, even23, 0, 1, 4, 5));
+    StoreVec(to + to_ld, __builtin_shufflevector(odd01, odd23, 0, 1, 4, 5));
+    StoreVec(to + 2 * to_ld, __builtin_shufflevector(even01, even23, 2, 3, 6, 7));
+    StoreVec(to + 3 * to_ld, __builtin_shufflevector(odd01, odd23, 2, 3, 6, 7));
+}
+
+// Components are filled up to whole squares, vectors are not.
+template <class>
+KIV_INLINE void TransposeBody(const TransposeRun& run) {
+    int j = 0;
+    for (; j + 4 <= run.N; j += 4) {
+        for (int m = 0; m < run.N; m += 4) {
+            TransposeSquare(run.From + j * run.From_Ld + m, run.From_Ld, run.To + m * run.To_Ld + j,
+                            run.To_Ld);
+        }
+    }
+    for (; j < run.N; ++j) {
+        for (int m = 0; m < run.N; ++m) {
+            run.To[m * run.To_Ld + j] = run.From[j * run.From_Ld + m];
+        }
     }
 }
+
+KIV_KERNEL(Transpose, TransposeRun)
 
 }  // namespace
 
@@ -23,8 +62,11 @@ int UpperLevels::Init(std::uint8_t kept) {
     if (!By_Class.Init(ST_EXC, kept)) return 0;
     const int n = 2 * Kiv.Max_J + 1;
     const std::int64_t lists = std::size(List), room = lists * (n + 1) + kLineGroup;
+    // the classes of a J fill a square of its size, each being filled up to whole vectors
+    const std::int64_t square =
+        std::int64_t{VecLd(n)} * RowLd(n) + (kMaxBlocks + 1) * kVecStep * RowLd(1);
     for (int part = 0; part < (Kiv.Cplx_Ham == 1 ? 2 : 1); ++part) {
-        if (ArrAlloc(Rows[part], std::int64_t{n} * RowLd(n) + kVecStep) < 0) {
+        if (ArrAlloc(Rows[part], square) < 0) {
             return CoreFail("UpperLevels()/Rows");
         }
         Start[part] = AlignVec(Rows[part].Data());
@@ -48,13 +90,9 @@ void UpperLevels::FillRows(int part) {
     for (int c = 0; c < By_Class.NumClasses(); ++c) {
         const int N = By_Class.Class(c).N, ld = RowLd(N);
         First_Row[c] = row;
-        double* out = Start[part] + row;
-        const double* first = part == 0 ? By_Class.Real(c, 0) : By_Class.Imag(c, 0);
-        int j = 0;
-        for (; j + kVecStep <= N; j += kVecStep)
-            Transpose<kVecStep>(first, VecLd(N), N, j, ld, out);
-        for (; j < N; ++j) Transpose<1>(first, VecLd(N), N, j, ld, out);
-        row += std::int64_t{N} * ld;
+        const double* from = part == 0 ? By_Class.Real(c, 0) : By_Class.Imag(c, 0);
+        Transpose({N, from, VecLd(N), Start[part] + row, ld});
+        row += std::int64_t{VecLd(N)} * ld;
     }
 }
 
