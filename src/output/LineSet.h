@@ -1,6 +1,14 @@
 // The line-set files: binary Out_Base.QZS in descending frequency, text Out_Base.asc in ascending.
 #pragma once
 
+#include <cstdint>
+
+/// At no positive temperature the lines carry strengths, and the files the level energies.
+bool HasEnergies();
+
+/// Levels of a state.
+std::int64_t NumLevels();
+
 /// Sorts the transition store by frequency and writes `base`.QZS and `base`.asc.
 ///
 /// The store's arrays stay in descending order; FI_AsnLn_Idx keeps the order of calculation. Both

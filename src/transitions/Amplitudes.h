@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "run/KivArray.h"
+#include "transitions/Couple.h"
 #include "transitions/DirCos.h"
 #include "transitions/UpperLevels.h"
 
@@ -24,29 +25,6 @@ constexpr std::uint8_t kMomentOdd[NUM_BANDS] = {SYM_C2B | SYM_C2C, SYM_C2A | SYM
 struct Amplitudes {
     KivArray<double> Real[NUM_BANDS];
     KivArray<double> Imag[NUM_BANDS];  // complex runs only
-};
-
-constexpr int kLowers = 4;  // lower levels that go through the upper ones together
-
-/// One part, real or imaginary, of the vectors that a run needs.
-struct CouplePart {
-    const double* Lower;  // component m + Shift at [m], the next level Lower_Ld further on
-    const double* Rows;   // component m of the upper levels at [m Ld]
-    double* Weight[kLowers];
-    double* Sum[kLowers];  // results
-};
-
-/// Amplitudes of up to kLowers lower levels of a class with upper levels of one class, from the
-/// first of Rows on.
-struct CoupleRun {
-    bool Complex, Turn;  // Turn: a factor of i
-    const double* Plus;
-    const double* Minus;  // null: none
-    int Back;
-    int Lower_Ld, Num_Lowers;
-    int Num_Rows, Ld, Num;
-    CouplePart Re, Im;
-    double* Cross;  // scratch
 };
 
 class AmplitudeCalc {

@@ -3,20 +3,18 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <cstring>
 
 #include "frames/TransMoment.h"
 #include "run/KivKey.h"
 #include "run/KivRecord.h"
 #include "run/KivTrace.h"
 #include "run/LineDev.h"
-#include "run/Simd.h"
-#include "transitions/Amplitudes.h"
 #include "transitions/AsnPass.h"
 #include "transitions/Boltzmann.h"
 #include "transitions/LineMatch.h"
 #include "transitions/LineStore.h"
 #include "transitions/PairRules.h"
+#include "transitions/PairValues.h"
 
 namespace {
 
@@ -34,123 +32,6 @@ struct Projected {
     double Re[NUM_BANDS];
     double Im[NUM_BANDS];
 };
-
-// The pairs of one lower level with the upper levels of a list: what becomes of their amplitudes.
-// Real states: a and b add coherently, c, whose amplitude is imaginary, in quadrature; complex
-// states: all three coherently. The stored amplitudes carry the roots of the Boltzmann factor and,
-// in single precision, of the spin weight. All arrays have room for whole vectors.
-struct PairRun {
-    int Num;
-    bool Complex, Scaled, Skip_Dark, Upward_Only;
-    double Cutoff;                // of a run with temperatures
-    const double* Re[NUM_BANDS];  // amplitudes
-    const double* Im[NUM_BANDS];
-    double Prj[NUM_BANDS];
-    const double* Erg;  // of the upper levels
-    double Origin, Lower_Erg;
-    double Spin_Wt;
-    float Spin_Root;
-    const double* Boltzmann;
-    // results
-    LineValues Lines;
-    double* Raw;
-    double* Strength;
-    long long* Dropped;  // not 0 for a pair that is no line
-    bool* Any_Dropped;
-};
-
-using Float4 = float __attribute__((vector_size(16)));
-using Long4 = long long __attribute__((vector_size(32)));
-using Char4 = char __attribute__((vector_size(4)));
-
-template <class To, class From>
-KIV_INLINE void StoreAs(void* to, const From& from) {
-    const To converted = __builtin_convertvector(from, To);
-    std::memcpy(to, &converted, sizeof converted);
-}
-
-// The amplitudes of a few pairs in single precision, a, b, c of one pair after the other.
-KIV_INLINE void PutAmplitudes(const double* const (&amp)[NUM_BANDS], int pair, const Vec4& scale,
-                              float root, float* out) {
-    Float4 scaled[NUM_BANDS];
-    for (int type = 0; type < NUM_BANDS; ++type) {
-        Vec4 x;
-        LoadVec(x, amp[type] + pair);
-        scaled[type] = __builtin_convertvector(scale * x, Float4) * root;
-    }
-    const auto& [a, b, c] = scaled;
-    const Float4 ab_low = __builtin_shufflevector(a, b, 0, 4, 1, 5);         // a0 b0 a1 b1
-    const Float4 ab_high = __builtin_shufflevector(a, b, 2, 6, 3, 7);        // a2 b2 a3 b3
-    const Float4 bc = __builtin_shufflevector(b, c, 1, 5, 2, 6);             // b1 c1 b2 c2
-    const Float4 first = __builtin_shufflevector(ab_low, c, 0, 1, 4, 2);     // a0 b0 c0 a1
-    const Float4 second = __builtin_shufflevector(bc, ab_high, 0, 1, 4, 5);  // b1 c1 a2 b2
-    const Float4 third = __builtin_shufflevector(c, ab_high, 2, 6, 7, 3);    // c2 a3 b3 c3
-    std::memcpy(out, &first, sizeof first);
-    std::memcpy(out + 4, &second, sizeof second);
-    std::memcpy(out + 8, &third, sizeof third);
-}
-
-constexpr int kPairs = 4;  // evaluated together
-
-template <class>
-KIV_INLINE void EvaluateBody(const PairRun& run) {
-    const double ma = run.Prj[BAND_A], mb = run.Prj[BAND_B], mc = run.Prj[BAND_C];
-    constexpr Long4 kPlace = {0, 1, 2, 3};
-    Long4 any = {};
-    for (int i = 0; i < run.Num; i += kPairs) {
-        const Long4 left = kPlace < static_cast<long long>(run.Num - i);  // not behind the last one
-        Vec4 a, b, c, erg, factor, raw;
-        LoadVec(a, run.Re[BAND_A] + i);
-        LoadVec(b, run.Re[BAND_B] + i);
-        LoadVec(c, run.Re[BAND_C] + i);
-        LoadVec(erg, run.Erg + i);
-        LoadVec(factor, run.Boltzmann + i);
-        a = ma * a, b = mb * b, c = mc * c;
-        Vec4 sa = a * a, sb = b * b, sc = c * c;
-        if (run.Complex) {
-            Vec4 ia, ib, ic;
-            LoadVec(ia, run.Im[BAND_A] + i);
-            LoadVec(ib, run.Im[BAND_B] + i);
-            LoadVec(ic, run.Im[BAND_C] + i);
-            ia = ma * ia, ib = mb * ib, ic = mc * ic;
-            sa += ia * ia, sb += ib * ib, sc += ic * ic;
-            const Vec4 re = a + b + c, im = ia + ib + ic;
-            raw = re * re + im * im;
-        } else {
-            const Vec4 ab = a + b;
-            raw = ab * ab + sc;
-        }
-        const Vec4 strength = raw * run.Spin_Wt * factor;
-        const Vec4 position = run.Origin + erg - run.Lower_Erg;
-        StoreVec(run.Raw + i, raw);
-        StoreVec(run.Strength + i, strength);
-        StoreVec(run.Lines.Position + i, position);
-        StoreAs<Float4>(run.Lines.Intensity + i, strength);
-        const Long4 none = {};
-        const Long4 letter = ((sa > sb) & (sa > sc)) != 0   ? none + 'A'
-                             : ((sb > sa) & (sb > sc)) != 0 ? none + 'B'
-                                                            : none + 'C';
-        StoreAs<Char4>(run.Lines.Band + i, letter);
-        Vec4 scale = factor;
-        if (run.Scaled) {
-            scale = factor > 0.0 ? factor : 0.0 * factor;
-            SqrtVec(scale);
-        }
-        PutAmplitudes(run.Re, i, scale, run.Spin_Root, run.Lines.Real_Amp + NUM_BANDS * i);
-        if (run.Complex) {
-            PutAmplitudes(run.Im, i, scale, run.Spin_Root, run.Lines.Imag_Amp + NUM_BANDS * i);
-        }
-        Long4 dropped = run.Scaled ? strength <= run.Cutoff : strength == 0.0;
-        if (run.Skip_Dark) dropped |= raw == 0.0;
-        if (run.Upward_Only) dropped |= position < 0.0;
-        dropped &= left;
-        std::memcpy(run.Dropped + i, &dropped, sizeof dropped);
-        any |= dropped;
-    }
-    *run.Any_Dropped = (any[0] | any[1] | any[2] | any[3]) != 0;
-}
-
-KIV_KERNEL(Evaluate, PairRun)
 
 // Where a full matrix of eigenvectors for every J would have those of J: the sum of (2j+1)^2 over
 // j < J. The listing counts so.
