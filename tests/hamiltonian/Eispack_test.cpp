@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <limits>
@@ -131,6 +132,46 @@ TEST(Eigensolver, MatchesTheClosedFormOfAChain) {
                 EXPECT_NEAR(std::fabs(z[(k - 1) * n + i - 1]),
                             std::fabs(size * std::sin(i * angle)), 1e-6);
             }
+        }
+    }
+}
+
+// Matrices of all sizes side by side, filled up to whole vectors: the bits of one at a time.
+TEST(Eigensolver, SolvesSeveralMatricesAsOne) {
+    struct Problem {
+        int N, Nm;
+        std::vector<double> D, E, Z;
+        Problem(int n, int nm, std::mt19937& random) : N(n), Nm(nm), D(n), E(n), Z(nm * n) {
+            std::uniform_real_distribution<double> number(-1.0, 1.0);
+            for (int i = 0; i < n; ++i) {
+                D[i] = i + number(random);
+                E[i] = number(random);
+                Z[i * nm + i] = 1.0;
+            }
+        }
+    };
+    std::vector<Problem> alone, together;
+    for (int n : {1, 300, 2, 10, 5, 64, 33, 7, 1, 280, 40, 20}) {
+        std::mt19937 random(static_cast<unsigned>(n));
+        alone.emplace_back(n, n, random);
+        random.seed(static_cast<unsigned>(n));
+        together.emplace_back(n, (n + 7) / 8 * 8, random);
+    }
+    std::vector<QlMatrix> matrices;
+    for (Problem& p : together) {
+        matrices.push_back({p.Nm, p.N, p.D.data(), p.E.data(), p.Z.data(), -1});
+    }
+    tql2(matrices);
+    for (std::size_t k = 0; k < alone.size(); ++k) {
+        Problem& p = alone[k];
+        int error = -1;
+        tql2(p.Nm, p.N, p.D.data(), p.E.data(), p.Z.data(), &error);
+        EXPECT_EQ(matrices[k].Error, 0);
+        EXPECT_EQ(error, 0);
+        EXPECT_EQ(p.D, together[k].D);
+        for (int j = 0; j < p.N; ++j) {
+            const auto* vector = &together[k].Z[j * together[k].Nm];
+            EXPECT_TRUE(std::equal(vector, vector + p.N, &p.Z[j * p.N])) << k << " " << j;
         }
     }
 }

@@ -195,7 +195,10 @@ TEST_F(Transitions, HaveTheStrengthsOfThe3jSymbols) {
             Kiv = KivRecord{};
             SetTwoStates(3);
             Kiv.Cplx_Ham = set < 5 ? 0 : 1;
+            // the terms in both states or in one, which then has less symmetry than the other
+            const int only = signs / 3;
             for (int state : {ST_GND, ST_EXC}) {
+                if (only == 1 - state) continue;
                 for (int prm : term_sets[set]) SetTerm(state, prm, 0.4 - 0.1 * state);
             }
             double moment[3];
@@ -208,6 +211,35 @@ TEST_F(Transitions, HaveTheStrengthsOfThe3jSymbols) {
             ASSERT_EQ(Ham2Trs(), 1);
             ExpectSlowStrengths(moment);
         }
+    }
+}
+
+// In a ground-only run the lines are those of two equal states that go up in energy, also where the
+// levels of unresolved doublets stand in no order.
+TEST_F(Transitions, OfOneStateGoUp) {
+    const auto solve = [](std::int32_t ground_only) {
+        Kiv = KivRecord{};
+        SetTwoStates(30);
+        for (int state : {ST_GND, ST_EXC}) {
+            const double rotor[3] = {60778.0, 10318.0, 8799.0};
+            std::copy_n(rotor, 3, Kiv.Prm_Val[state]);
+        }
+        Kiv.Prm_Val[ST_EXC][PRM_ORI] = 0.0;
+        Kiv.Delta_K_Order = 6;
+        Kiv.Gnd_Only = ground_only;
+        EXPECT_TRUE(AllocRun());
+        EXPECT_EQ(Ham2Trs(), 1);
+        return Lines();
+    };
+    auto expected = solve(0);
+    std::erase_if(expected, [](const auto& line) { return line.second.Erg < 0.0; });
+    const auto lines = solve(1);
+    EXPECT_GT(lines.size(), 5000U);
+    ASSERT_EQ(lines.size(), expected.size());
+    for (const auto& [label, line] : lines) {
+        ASSERT_TRUE(expected.contains(label));
+        EXPECT_EQ(line.Erg, expected[label].Erg);
+        EXPECT_EQ(line.Itn, expected[label].Itn);
     }
 }
 
