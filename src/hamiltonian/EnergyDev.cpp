@@ -42,7 +42,7 @@ template <class Vec>
 KIV_INLINE void FillProducts(const BlockSums& block, int level, double* re) {
     constexpr int kWidth = sizeof(Vec) / sizeof(double);
     const double* x = block.Re + std::ptrdiff_t{level} * block.Ld;
-    const double* y = block.Im + std::ptrdiff_t{level} * block.Ld;
+    const double* y = block.Im ? block.Im + std::ptrdiff_t{level} * block.Ld : nullptr;
     double* im = re + (block.Width + 1) * block.Ld;
     for (int b = 0; b <= block.Width; ++b, re += block.Ld, im += block.Ld) {
         for (int m = 0; m < block.Ld; m += kWidth) {

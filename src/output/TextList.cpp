@@ -44,7 +44,9 @@ class TextMemory {
         ArrAlloc(Place, static_cast<std::int64_t>(places));
     }
 
-    void Fetch(std::size_t number) const { __builtin_prefetch(Place.Data() + (number & Last)); }
+    void Fetch(std::size_t number) const {
+        if (!Place.IsNull()) __builtin_prefetch(&Place[number & Last]);
+    }
 
     // Writes the text of `key`, whose place is `number`; make(out, key) writes it the first time.
     template <class Make>

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "run/KivRecord.h"
@@ -27,8 +28,10 @@ struct GroupRun {
 template <std::size_t Width, class T>
 KIV_INLINE void FetchGroup(const T* at) {
     constexpr std::size_t kAhead = 1024, kLine = 64, kSize = Width * kLineGroup * sizeof(T);
-    const char* const byte = reinterpret_cast<const char*>(at) + kAhead;
-    for (std::size_t i = 0; i < kSize; i += kLine) __builtin_prefetch(byte + i, 1);
+    const auto byte = reinterpret_cast<std::uintptr_t>(at) + kAhead;  // may lie behind the array
+    for (std::size_t i = 0; i < kSize; i += kLine) {
+        __builtin_prefetch(reinterpret_cast<const void*>(byte + i), 1);
+    }
 }
 
 template <class T>
@@ -50,7 +53,7 @@ KIV_INLINE void PutGroupsBody(const GroupRun& run) {
         FetchGroup<3>(values.Real_Amp + 3 * n);
         FetchGroup<6>(run.Label + 6 * n);
         FetchGroup<1>(run.Lower_Idx + n);
-        FetchGroup<1>(run.Upper_Idx + n);
+        if (run.Upper_Idx) FetchGroup<1>(run.Upper_Idx + n);
         CopyGroup(run.Lower_Idx + n, run.Lower);
         if (run.Upper_Idx) CopyGroup(run.Upper_Idx + n, run.From->Upper + n);
         Labels upper[kVectors];
