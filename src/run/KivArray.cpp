@@ -1,6 +1,7 @@
 #include "run/KivArray.h"
 
 #include <sys/mman.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -44,20 +45,30 @@ void* SetHeader(void* start, const Header& header) {
     return static_cast<char*>(start) + kHeader;
 }
 
+// Addresses are plenty unless there is a limit for them (ulimit -v).
+bool HasAddressLimit() {
+    rlimit limit;
+    return getrlimit(RLIMIT_AS, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
+}
+
+// A mapping with room for `room` bytes that holds a block of `bytes`; null when there is none.
+void* MapRoom(std::int64_t bytes, std::int64_t room) {
+    const std::size_t whole = static_cast<std::size_t>(room) + kHeader + kLargePage;
+    void* const mapped = mmap(nullptr, whole, PROT_READ | PROT_WRITE,
+                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (mapped == MAP_FAILED) return nullptr;
+    const auto past = reinterpret_cast<std::uintptr_t>(mapped) % kLargePage;
+    char* const start = static_cast<char*>(mapped) + (kLargePage - past) % kLargePage;
+    madvise(mapped, whole, MADV_HUGEPAGE);
+    return SetHeader(start, {bytes, room, mapped, whole});
+}
+
 void* MapBlock(std::int64_t bytes) {
-    for (std::int64_t times = 16; times >= 1; times /= 4) {
-        std::int64_t room = 0;
-        if (__builtin_mul_overflow(bytes, times, &room)) continue;
-        const std::size_t whole = static_cast<std::size_t>(room) + kHeader + kLargePage;
-        void* const mapped = mmap(nullptr, whole, PROT_READ | PROT_WRITE,
-                                  MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-        if (mapped == MAP_FAILED) continue;
-        const auto past = reinterpret_cast<std::uintptr_t>(mapped) % kLargePage;
-        char* const start = static_cast<char*>(mapped) + (kLargePage - past) % kLargePage;
-        madvise(mapped, whole, MADV_HUGEPAGE);
-        return SetHeader(start, {bytes, room, mapped, whole});
-    }
-    return nullptr;
+    std::int64_t more = bytes / 4, room = 0;
+    if (!HasAddressLimit() && __builtin_mul_overflow(bytes, 15, &more)) more = 0;
+    if (__builtin_add_overflow(bytes, more, &room)) room = bytes;
+    void* const block = MapRoom(bytes, room);
+    return block ? block : MapRoom(bytes, bytes);
 }
 
 void* NewBlock(std::int64_t bytes) {

@@ -83,10 +83,9 @@ int AmplitudeCalc::InitCoupling(BandType type, Coupling& coupling, std::int64_t 
 }
 
 void AmplitudeCalc::SetBranch(int J_lower, int J_upper) {
-    Jl = J_lower;
     Ju = J_upper;
-    FillBranch(Jl, Ju, Factors);
-    Lower.Load(Jl);
+    FillBranch(J_lower, Ju, Factors);
+    Lower.Load(J_lower);
     Now = &Upper[Ju % 3];
     Now->Load(Ju);
     for (int c = 0; c < Lower.NumClasses(); ++c) {

@@ -76,7 +76,7 @@ class AmplitudeCalc {
 
     bool Complex = false;
     std::uint8_t Kept = 0;  // rotations that both states keep
-    int Jl = -1, Ju = -1;
+    int Ju = -1;
     BranchFactors Factors;
     ClassLevels Lower;
     UpperLevels Upper[3];  // three consecutive J', by J' modulo 3
