@@ -60,13 +60,6 @@ struct HamScratch {
     HamOp Op[kMaxOps];
     int Num_Ops = 0;
     KivArray<std::int32_t> Rank_Vec;  // place of the level of each energy rank among all
-
-    /// The block that holds place `q`.
-    int BlockOf(int q) const {
-        int b = Blocks.Num - 1;
-        while (q < First[b]) --b;
-        return b;
-    }
 };
 
 /// Sizes the scratch of the real variant, for several J at a time. 1, or 0 with the message of the

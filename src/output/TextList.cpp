@@ -48,7 +48,7 @@ class TextMemory {
         if (!Place.IsNull()) __builtin_prefetch(&Place[number & Last]);
     }
 
-    // Writes the text of `key`, whose place is `number`; make(out, key) writes it the first time.
+    // Writes the text of `key`, whose place is `number`; make(out) writes it the first time.
     template <class Make>
     char* Put(char* out, std::size_t number, Key key, const Make& make) {
         if (Place.IsNull()) return make(out);

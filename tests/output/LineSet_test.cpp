@@ -163,6 +163,19 @@ TEST_F(LineSet, TextListInInverseCentimetres) {
               "R  4  1  4   3  1  3   0.4000      0.0000     40.0000                  0.0000\n");
 }
 
+// A number wider than its column, in two rows.
+TEST_F(LineSet, WideEnergiesOfASharedLevel) {
+    Kiv.Temp[0] = 0.0;
+    std::strcpy(Kiv.Erg_Unit, "CM-1");
+    Kiv.HamErg_Vector[ST_GND][1] = -1e25;
+    Kiv.FI_Erg_Idx[ST_GND][0] = Kiv.FI_Erg_Idx[ST_GND][3] = 1;
+    ASSERT_EQ(TrsConvert("run"), 1);
+    const std::string text = ReadText("run.asc"), wide = " -10000000000000000905969664.0000\n";
+    std::size_t rows = 0;
+    for (std::size_t at = 0; (at = text.find(wide, at)) != std::string::npos; ++at) ++rows;
+    EXPECT_EQ(rows, 3U) << text;
+}
+
 TEST_F(LineSet, LongListsCrossTheWriteBlocks) {
     const int n = Kiv.Num_Trs = 14000;
     Kiv.Num_Asn = 0;

@@ -56,6 +56,19 @@ TEST_F(WholeFileTest, WritesThroughALink) {
     }
 }
 
+// What was announced and not written is given back.
+TEST_F(WholeFileTest, KeepsNoRoomBehindItsEnd) {
+    WholeFile file;
+    ASSERT_TRUE(file.Open("run.out"));
+    file.Expect(std::size_t{4} << 20);
+    file.Put("text", 4);
+    ASSERT_TRUE(file.Keep());
+    EXPECT_EQ(ReadText("run.out"), "text");
+    struct stat now;
+    ASSERT_EQ(stat("run.out", &now), 0);
+    EXPECT_LT(now.st_blocks * 512, 1 << 20);
+}
+
 TEST_F(WholeFileTest, FailsWhereNothingCanBeWritten) {
     fs::create_directory("folder");
     fs::create_symlink("/dev/full", "full");
