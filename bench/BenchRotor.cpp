@@ -3,22 +3,27 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "run/KivCore.h"
-#include "run/KivRecord.h"
-
+namespace kiv {
 namespace {
 
-struct PrmValue {
-    int Prm;
-    double Val;
+struct NamedValue {
+    Constant constant;
+    double value;
 };
-constexpr PrmValue kRotor[] = {{PRM_A, 60778.0}, {PRM_B, 10318.0}, {PRM_C, 8799.0}, {PRM_DJ, 1e-4},
-                               {PRM_DJK, -1e-3}, {PRM_DK, 1e-2},   {PRM_dJ, 1e-5},  {PRM_dK, 1e-4}};
+constexpr NamedValue kRotor[] = {
+    {Constant::A, 60778.0}, {Constant::B, 10318.0}, {Constant::C, 8799.0}, {Constant::DJ, 1e-4},
+    {Constant::DJK, -1e-3}, {Constant::DK, 1e-2},   {Constant::dJ, 1e-5},  {Constant::dK, 1e-4}};
 
 struct DeltaKRow {
-    int Max_J, Delta_K;
+    int max_J, delta_K;
 };
 constexpr DeltaKRow kDeltaK[] = {{20, 20}, {35, 22}, {60, 21}, {100, 23}, {150, 27}, {200, 32}};
+
+void Check(const Status& status) {
+    if (status) return;
+    std::fprintf(stderr, "kiv_bench: %s\n", status.error().text.c_str());
+    std::exit(1);
+}
 
 }  // namespace
 
@@ -33,52 +38,49 @@ benchmark::internal::Benchmark* AddRow(const std::string& what, const std::strin
         ->ReportAggregatesOnly(true);
 }
 
-void SetBenchRotor(int max_J) {
-    KivCoreFree();
-    Kiv = KivRecord{};
-    Kiv.Max_J = max_J;
-    Kiv.Delta_K_Order = BenchDeltaK(max_J);
-    Kiv.Fit_Stat = 0;
-    Kiv.Gnd_Only = 1;
-    Kiv.LS_Cycles = 0;
-    Kiv.Temp[0] = 0.0;
-    Kiv.TM_Pct[0] = Kiv.TM_Pct[1] = 100.0;
-    Kiv.TM_Pct[2] = 0.0;
-    for (int prm : {PRM_A, PRM_B, PRM_C}) Kiv.Prm_Stat[ST_EXC][prm] = 0;
-    for (const auto& [prm, val] : kRotor) {
-        Kiv.Prm_Stat[ST_GND][prm] = 1;
-        Kiv.Prm_Val[ST_GND][prm] = val;
-    }
+BenchRun BenchRotor(int max_J) {
+    BenchRun run;
+    run.model.one_state = true;
+    run.model.moment = Moment::FromPercent({100.0, 100.0, 0.0});
+    for (const auto& [constant, value] : kRotor) run.model.lower().Set(constant, value);
+    run.settings.max_J = max_J;
+    run.settings.fit.data = FitData::OneState;
+    run.settings.lines.delta_K = BenchDeltaK(max_J);
+    run.settings.lines.temperature = 0.0;
+    return run;
 }
 
-void SetBenchBand(int max_J) {
-    SetBenchRotor(max_J);
-    Kiv.Gnd_Only = 0;
-    Kiv.Fit_Stat = 1;
-    for (const auto& [prm, val] : kRotor) {
-        Kiv.Prm_Stat[ST_EXC][prm] = 1;
-        Kiv.Prm_Val[ST_EXC][prm] = 0.98 * val;
-    }
-    Kiv.Prm_Val[ST_EXC][PRM_ORI] = 1e9;
+BenchRun BenchBand(int max_J) {
+    BenchRun run = BenchRotor(max_J);
+    run.model.one_state = false;
+    run.settings.fit.data = FitData::TwoStates;
+    for (const auto& [constant, value] : kRotor) run.model.upper().Set(constant, 0.98 * value);
+    run.model.origin.value = 1e9;
+    return run;
 }
 
-void TiltBenchRotor() {
-    for (int state : {ST_GND, ST_EXC}) {
-        Kiv.Euler_Phi[state] = 33.0;
-        Kiv.Euler_Theta[state] = 21.0;
-        Kiv.Euler_Chi[state] = -12.0;
-    }
+void TiltAxes(Model& model) {
+    for (State& state : model.states) state.tilt = {33.0, 21.0, -12.0};
 }
 
 int BenchDeltaK(int max_J) {
     for (const auto& row : kDeltaK) {
-        if (row.Max_J >= max_J) return row.Delta_K;
+        if (row.max_J >= max_J) return row.delta_K;
     }
     return max_J;
 }
 
-void AllocBenchRotor() {
-    if (KivCoreAlloc()) return;
-    std::fprintf(stderr, "kiv_bench: no memory for Max_J %d\n", Kiv.Max_J);
-    std::exit(1);
+BenchPass::BenchPass(const BenchRun& run)
+    : run_(run), task_{&run_.model, run_.settings.max_J, &run_.settings.lines} {
+    task_.is_complex = NeedsComplex(run_.model.lower());
+    Check(room_.Reserve(task_, work_.memory()));
 }
+
+void BenchPass::Run() { Check(RunPass(task_, work_, silent_, room_)); }
+
+void BenchPass::RunAnew() {
+    for (bool& solved : room_.is_solved) solved = false;
+    Run();
+}
+
+}  // namespace kiv

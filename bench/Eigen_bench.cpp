@@ -5,11 +5,10 @@
 #include <vector>
 
 #include "BenchRotor.h"
-#include "hamiltonian/Eispack.h"
-#include "hamiltonian/HamBands.h"
-#include "hamiltonian/IHam.h"
-#include "hamiltonian/RHam.h"
-#include "run/KivRecord.h"
+#include "levels/Bands.h"
+#include "levels/Ranking.h"
+#include "levels/Solution.h"
+#include "linalg/Eispack.h"
 
 extern "C" {
 void dsteqr_(const char* compz, const int* n, double* d, double* e, double* z, const int* ldz,
@@ -19,27 +18,47 @@ void zheevd_(const char* jobz, const char* uplo, const int* n, std::complex<doub
              const int* lrwork, int* iwork, const int* liwork, int* info);
 }
 
+namespace kiv {
 namespace {
 
+// The lower state of a run, turned, with its scratch and room for its levels.
+struct Solver {
+    Solver(const Model& model, int highest_J)
+        : max_J(highest_J), turned(Turn(model.lower())), H{&turned, NeedsComplex(model.lower())} {
+        const Memory memory;
+        is_ready = scratch.Fit(memory, max_J, H.is_complex).ok() &&
+                   Reserve({H, max_J, kLower}, memory, levels).ok();
+    }
+    Solver(const Solver&) = delete;
+
+    int max_J;
+    TurnedState turned;
+    Hamiltonian H;
+    LevelScratch scratch;
+    Levels levels;
+    bool is_ready = false;
+};
+
 struct Tridiagonal {
-    std::vector<double> D, E;  // E[0] is not used
+    std::vector<double> d, e;  // e[0] is not used
 };
 
 using Blocks = std::vector<Tridiagonal>;
 
-// The blocks of every J of the ground state, as tridiagonal matrices.
-std::vector<Blocks> RealBlocks() {
+// The blocks of every J, as tridiagonal matrices.
+std::vector<Blocks> RealBlocks(int max_J) {
     std::vector<Blocks> all;
-    HamScratch scratch;
-    if (!RHamInit(ST_GND, {&scratch, 1})) return all;
-    for (int J = 0; J <= Kiv.Max_J; ++J) {
-        BuildBlocks(ST_GND, J, scratch);
+    Solver solver(BenchRotor(max_J).model, max_J);
+    if (!solver.is_ready) return all;
+    BlockScratch& s = solver.scratch.of_J[0];
+    for (int J = 0; J <= max_J; ++J) {
+        BuildBlocks(solver.H, J, s);
         Blocks blocks;
-        for (int b = 0; b < scratch.Blocks.Num; ++b) {
-            const int N = scratch.Blocks.Block[b].N, first = scratch.First[b];
+        for (int b = 0; b < s.blocks.num; ++b) {
+            const int N = s.blocks.block[b].N, first = s.first[b];
             Tridiagonal t{std::vector<double>(N), std::vector<double>(N)};
-            for (int m = 0; m < N; ++m) t.D[m] = scratch.Ham[0].Band[0][first + m];
-            for (int m = 1; m < N; ++m) t.E[m] = scratch.Ham[0].Band[1][first + m - 1];
+            for (int m = 0; m < N; ++m) t.d[m] = s.ham[0].band[0][first + m];
+            for (int m = 1; m < N; ++m) t.e[m] = s.ham[0].band[1][first + m - 1];
             blocks.push_back(std::move(t));
         }
         all.push_back(std::move(blocks));
@@ -49,19 +68,17 @@ std::vector<Blocks> RealBlocks() {
 
 // The blocks of a J together, as the program solves them.
 void SolverTql2(benchmark::State& state, int max_J) {
-    SetBenchRotor(max_J);
-    AllocBenchRotor();
-    const auto all = RealBlocks();
+    const auto all = RealBlocks(max_J);
     const int ld = VecLd(max_J + 1);
     std::vector<double> d(kMaxBlocks * ld), e(kMaxBlocks * ld), z(kMaxBlocks * ld * ld);
     for (auto _ : state) {
         for (const Blocks& blocks : all) {
             QlMatrix a[kMaxBlocks];
             for (std::size_t b = 0; b < blocks.size(); ++b) {
-                const int N = static_cast<int>(blocks[b].D.size());
+                const int N = static_cast<int>(blocks[b].d.size());
                 a[b] = {VecLd(N), N, &d[b * ld], &e[b * ld], &z[b * ld * ld], 0};
-                std::copy(blocks[b].D.begin(), blocks[b].D.end(), a[b].D);
-                std::copy(blocks[b].E.begin(), blocks[b].E.end(), a[b].E);
+                std::copy(blocks[b].d.begin(), blocks[b].d.end(), a[b].D);
+                std::copy(blocks[b].e.begin(), blocks[b].e.end(), a[b].E);
                 std::fill_n(a[b].Z, N * a[b].Nm, 0.0);
                 for (int m = 0; m < N; ++m) a[b].Z[m * a[b].Nm + m] = 1.0;
             }
@@ -73,17 +90,17 @@ void SolverTql2(benchmark::State& state, int max_J) {
 }
 
 void SolverDsteqr(benchmark::State& state, int max_J) {
-    SetBenchRotor(max_J);
-    AllocBenchRotor();
     Blocks blocks;
-    for (const Blocks& of_J : RealBlocks()) blocks.insert(blocks.end(), of_J.begin(), of_J.end());
+    for (const Blocks& of_J : RealBlocks(max_J)) {
+        blocks.insert(blocks.end(), of_J.begin(), of_J.end());
+    }
     std::vector<double> d(max_J + 1), e(max_J + 1), z((max_J + 1) * (max_J + 1));
     std::vector<double> work(2 * max_J + 2);
     for (auto _ : state) {
         for (const auto& block : blocks) {
-            const int N = static_cast<int>(block.D.size());
-            std::copy(block.D.begin(), block.D.end(), d.begin());
-            std::copy(block.E.begin() + 1, block.E.end(), e.begin());
+            const int N = static_cast<int>(block.d.size());
+            std::copy(block.d.begin(), block.d.end(), d.begin());
+            std::copy(block.e.begin() + 1, block.e.end(), e.begin());
             int info = 0;
             dsteqr_("I", &N, d.data(), e.data(), z.data(), &N, work.data(), &info);
             benchmark::DoNotOptimize(z.data());
@@ -91,39 +108,80 @@ void SolverDsteqr(benchmark::State& state, int max_J) {
     }
 }
 
-void RealLevels(benchmark::State& state, int max_J, int dev_on) {
-    SetBenchRotor(max_J);
-    AllocBenchRotor();
-    Kiv.Dev_On = dev_on;
-    for (auto _ : state) RHamSoln(ST_GND);
+// Energies, vectors and labels.
+void SolveAll(Solver& s) {
+    const int together = s.H.is_complex ? 1 : kTogether;
+    for (int first = 0; first <= s.max_J; first += together) {
+        const int last = std::min(first + together - 1, s.max_J);
+        if (s.H.is_complex) {
+            SolveComplex(s.H, first, s.scratch.of_J[0], s.levels);
+        } else {
+            SolveReal(s.H, first, last, s.scratch, s.levels);
+        }
+        for (int J = first; J <= last; ++J) {
+            RankLevels(s.H, J, s.scratch.of_J[J - first], s.levels);
+        }
+    }
+}
+
+void MeasureLevels(benchmark::State& state, const Model& model, int max_J) {
+    Solver solver(model, max_J);
+    if (!solver.is_ready) return state.SkipWithError("no memory");
+    for (auto _ : state) SolveAll(solver);
     state.counters["items"] = (max_J + 1) * (max_J + 1);
 }
 
-void LevelsOnly(benchmark::State& state, int max_J) { RealLevels(state, max_J, 0); }
-void LevelsAndDerivatives(benchmark::State& state, int max_J) { RealLevels(state, max_J, 1); }
+void LevelsOnly(benchmark::State& state, int max_J) {
+    MeasureLevels(state, BenchRotor(max_J).model, max_J);
+}
+
+void LevelsAndDerivatives(benchmark::State& state, int max_J) {
+    Solver solver(BenchRotor(max_J).model, max_J);
+    Workspace work;
+    Report silent;
+    for (auto _ : state) {
+        const Status solved = Solve({solver.H, max_J, kLower}, work, silent, solver.levels);
+        if (!solved) return state.SkipWithError(solved.error().text.c_str());
+    }
+    state.counters["items"] = (max_J + 1) * (max_J + 1);
+}
+
+Model TiltedRotor(int max_J) {
+    Model model = BenchRotor(max_J).model;
+    TiltAxes(model);
+    for (const Constant c : {Constant::PXPY, Constant::PXPZ, Constant::PYPZ}) {
+        model.lower().Set(c, 500.0);
+    }
+    return model;
+}
+
+void ComplexLevels(benchmark::State& state, int max_J) {
+    MeasureLevels(state, TiltedRotor(max_J), max_J);
+}
 
 // The Hermitian matrices of every J, lower triangles.
-struct Hermitian {
+struct HermitianBlock {
     int N;
-    std::vector<std::complex<double>> A;
+    std::vector<std::complex<double>> a;
 };
 
-std::vector<Hermitian> ComplexBlocks() {
-    std::vector<Hermitian> blocks;
-    HamScratch s;
-    if (!IHamInit(ST_GND, s)) return blocks;
-    for (int J = 0; J <= Kiv.Max_J; ++J) {
-        BuildBlocks(ST_GND, J, s);
-        for (int b = 0; b < s.Blocks.Num; ++b) {
-            const int N = s.Blocks.Block[b].N, first = s.First[b];
-            Hermitian h{N, std::vector<std::complex<double>>(N * N)};
+std::vector<HermitianBlock> ComplexBlocks(int max_J) {
+    std::vector<HermitianBlock> blocks;
+    Solver solver(TiltedRotor(max_J), max_J);
+    if (!solver.is_ready) return blocks;
+    BlockScratch& s = solver.scratch.of_J[0];
+    for (int J = 0; J <= max_J; ++J) {
+        BuildBlocks(solver.H, J, s);
+        for (int b = 0; b < s.blocks.num; ++b) {
+            const int N = s.blocks.block[b].N, first = s.first[b];
+            HermitianBlock h{N, std::vector<std::complex<double>>(N * N)};
             for (int col = 0; col < N; ++col) {
                 for (int row = col; row < N; ++row) {
                     const int step = row - col;
                     const auto part = [&](const HamOp& op) {
-                        return step <= op.Width ? op.Band[step][first + col] : 0.0;
+                        return step <= op.width ? op.band[step][first + col] : 0.0;
                     };
-                    h.A[col * N + row] = {part(s.Ham[0]), -part(s.Ham[1])};
+                    h.a[col * N + row] = {part(s.ham[0]), -part(s.ham[1])};
                 }
             }
             blocks.push_back(std::move(h));
@@ -132,26 +190,8 @@ std::vector<Hermitian> ComplexBlocks() {
     return blocks;
 }
 
-void SetTiltedRotor(int max_J) {
-    SetBenchRotor(max_J);
-    TiltBenchRotor();
-    for (int prm : {PRM_PXPY, PRM_PXPZ, PRM_PYPZ}) {
-        Kiv.Prm_Stat[ST_GND][prm] = 1;
-        Kiv.Prm_Val[ST_GND][prm] = 500.0;
-    }
-    AllocBenchRotor();
-}
-
-void ComplexLevels(benchmark::State& state, int max_J) {
-    SetTiltedRotor(max_J);
-    Kiv.Dev_On = 0;
-    for (auto _ : state) IHamSoln(ST_GND);
-    state.counters["items"] = (max_J + 1) * (max_J + 1);
-}
-
 void ComplexZheevd(benchmark::State& state, int max_J) {
-    SetTiltedRotor(max_J);
-    const auto blocks = ComplexBlocks();
+    const auto blocks = ComplexBlocks(max_J);
     const int n = 2 * max_J + 1;
     std::vector<std::complex<double>> a(n * n), work(n * n + 2 * n + 1);
     std::vector<double> w(n), rwork(1 + 5 * n + 2 * n * n);
@@ -161,7 +201,7 @@ void ComplexZheevd(benchmark::State& state, int max_J) {
     const int liwork = static_cast<int>(iwork.size());
     for (auto _ : state) {
         for (const auto& block : blocks) {
-            std::copy(block.A.begin(), block.A.end(), a.begin());
+            std::copy(block.a.begin(), block.a.end(), a.begin());
             int info = 0;
             zheevd_("V", "L", &block.N, a.data(), &block.N, w.data(), work.data(), &lwork,
                     rwork.data(), &lrwork, iwork.data(), &liwork, &info);
@@ -185,3 +225,5 @@ void AddEigenRows() {
         AddRow("complex levels, no symmetry", "zheevd", max_J, ComplexZheevd, 3);
     }
 }
+
+}  // namespace kiv

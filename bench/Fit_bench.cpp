@@ -1,74 +1,94 @@
 // A fit of eight constants to 300 lines: one cycle beyond the first, and what a scan step costs.
 #include <chrono>
-#include <cstdio>
-#include <cstring>
+#include <vector>
 
 #include "BenchRotor.h"
-#include "fit/LsfTrs.h"
-#include "input/AsnLines.h"
-#include "run/KivRecord.h"
-#include "transitions/Ham2Trs.h"
+#include "fit/LeastSquares.h"
 
+namespace kiv {
 namespace {
 
 constexpr int kNumLines = 300;
 constexpr int kMoreCycles = 5;
-constexpr double kLowestErg = 1000.0;
+constexpr double kLowestPosition = 1000.0;
 
-// Assigns 300 calculated lines, spread evenly, and makes the constants a little wrong.
-void SetFit(int max_J, bool is_complex) {
-    SetBenchRotor(max_J);
-    if (is_complex) TiltBenchRotor();
-    Kiv.Delta_K_Order = 2;
-    AllocBenchRotor();
-    Ham2Trs();
-    std::strcpy(Kiv.Asn_Flnm, "bench.asn");
-    std::FILE* file = std::fopen(Kiv.Asn_Flnm, "w");
-    if (!file) return;
+// Assigns 300 calculated lines, spread evenly.
+std::vector<MeasuredLine> Assign(const LineList& lines) {
+    std::vector<MeasuredLine> assigned;
     for (int i = 0; i < kNumLines; ++i) {
-        auto n = static_cast<std::int64_t>(i) * Kiv.Num_Trs / kNumLines;
+        auto n = static_cast<std::int64_t>(i) * lines.size / kNumLines;
         // A line near 0 could change its sign, and with it disappear, as the constants move.
-        while (n + 1 < Kiv.Num_Trs && Kiv.FI_Sim_Erg[n] < kLowestErg) ++n;
-        const std::int16_t* q = &Kiv.FI_JKK_Lbl[6 * n];
-        std::fprintf(file, "A %d %d %d %d %d %d %.6f 0.01\n", q[0], q[1], q[2], q[3], q[4], q[5],
-                     Kiv.FI_Sim_Erg[n]);
+        while (n + 1 < lines.size && lines.position[n] < kLowestPosition) ++n;
+        const std::int16_t* q = &lines.label[6 * n];
+        assigned.push_back({q[0], q[1], q[2], q[3], q[4], q[5], lines.position[n], 0.01});
     }
-    std::fclose(file);
-    RdAsnLines();
-    Kiv.Rej_Level = 1e6;
-    for (int prm = 0; prm < NUM_HAM_PRM; ++prm) {
-        Kiv.Prm_Fit[ST_GND][prm] = Kiv.Prm_Stat[ST_GND][prm];
-    }
-    for (int prm : {PRM_A, PRM_B, PRM_C}) Kiv.Prm_Val[ST_GND][prm] *= 1.0 + 1e-6;
+    return assigned;
 }
 
-double SecondsOfFit(int cycles) {
-    double start[2][NUM_PRM];
-    std::memcpy(start, Kiv.Prm_Val, sizeof start);
-    Kiv.LS_Cycles = static_cast<std::int16_t>(cycles);
-    const auto begin = std::chrono::steady_clock::now();
-    LsfTrs();
-    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
-    std::memcpy(Kiv.Prm_Val, start, sizeof start);
-    return taken.count();
-}
+// A fit whose constants are a little wrong at the start.
+class BenchFit {
+  public:
+    BenchFit(int max_J, bool is_complex) : run_(BenchRotor(max_J)) {
+        if (is_complex) TiltAxes(run_.model);
+        run_.settings.lines.delta_K = 2;
+        run_.settings.fit.reject_above = 1e6;
+        BenchPass pass(run_);
+        pass.Run();
+        auto assigned = Assignments::From(Assign(pass.room().lines), {}, work_.memory());
+        if (!assigned) return;
+        assignments_ = std::move(assigned).value();
+        for (Term& term : run_.model.lower().terms.values) term.fit = term.on;
+        for (const Constant c : {Constant::A, Constant::B, Constant::C}) {
+            run_.model.lower().terms[c].value *= 1.0 + 1e-6;
+        }
+        task_.is_complex = is_complex;
+        task_.last = LineChoice::Assigned;
+        is_ready_ =
+            room_.Reserve(task_.Pass(run_.model, LineChoice::Assigned), work_.memory()).ok();
+    }
+
+    /// 0 when the fit fails.
+    double Seconds(int cycles) {
+        if (!is_ready_) return 0.0;
+        run_.settings.fit.cycles = cycles;
+        FitResult result;
+        const auto begin = std::chrono::steady_clock::now();
+        const Status fitted = RunFit(task_, work_, silent_, room_, result);
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
+        return fitted ? taken.count() : 0.0;
+    }
+
+  private:
+    BenchRun run_;
+    Workspace work_;
+    Report silent_;
+    Assignments assignments_;
+    FitTask task_{&run_.model, &run_.settings, &assignments_};
+    PassRoom room_;
+    bool is_ready_ = false;
+};
 
 void FitCycle(benchmark::State& state, int max_J, bool is_complex) {
-    SetFit(max_J, is_complex);
+    BenchFit fit(max_J, is_complex);
     for (auto _ : state) {
-        const double one = SecondsOfFit(1);
-        state.SetIterationTime((SecondsOfFit(1 + kMoreCycles) - one) / kMoreCycles);
+        const double one = fit.Seconds(1), all = fit.Seconds(1 + kMoreCycles);
+        if (one == 0.0 || all == 0.0) return state.SkipWithError("the fit failed");
+        state.SetIterationTime((all - one) / kMoreCycles);
     }
-    state.counters["items"] = Kiv.Num_Asn;
+    state.counters["items"] = kNumLines;
 }
 
 void RealCycle(benchmark::State& state, int max_J) { FitCycle(state, max_J, false); }
 void ComplexCycle(benchmark::State& state, int max_J) { FitCycle(state, max_J, true); }
 
 void ScanStep(benchmark::State& state, int max_J) {
-    SetFit(max_J, false);
-    for (auto _ : state) state.SetIterationTime(SecondsOfFit(1));
-    state.counters["items"] = Kiv.Num_Asn;
+    BenchFit fit(max_J, false);
+    for (auto _ : state) {
+        const double one = fit.Seconds(1);
+        if (one == 0.0) return state.SkipWithError("the fit failed");
+        state.SetIterationTime(one);
+    }
+    state.counters["items"] = kNumLines;
 }
 
 }  // namespace
@@ -82,3 +102,5 @@ void AddFitRows() {
         AddRow("complex fit cycle, 300 lines", "kiv", max_J, ComplexCycle, 3)->UseManualTime();
     }
 }
+
+}  // namespace kiv

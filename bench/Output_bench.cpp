@@ -2,37 +2,38 @@
 #include <algorithm>
 #include <cstdio>
 #include <numeric>
+#include <span>
 #include <vector>
 
 #include "BenchRotor.h"
-#include "output/IndexSort.h"
-#include "output/LineSet.h"
-#include "run/KivRecord.h"
-#include "transitions/Ham2Trs.h"
+#include "console/WholeFile.h"
+#include "kiv/files.h"
+#include "linalg/Sort.h"
 
+namespace kiv {
 namespace {
 
-void SetLines(int max_J) {
-    SetBenchRotor(max_J);
-    AllocBenchRotor();
-    Ham2Trs();
+std::span<const double> Positions(const LineList& lines) {
+    return lines.position.Part(0, static_cast<std::size_t>(lines.size));
 }
 
 void SortKiv(benchmark::State& state, int max_J) {
-    SetLines(max_J);
-    const int n = Kiv.Num_Trs;
-    std::vector<std::int32_t> index(n);
+    BenchPass pass(BenchRotor(max_J));
+    pass.Run();
+    const std::span<const double> key = Positions(pass.room().lines);
+    std::vector<std::int32_t> index(key.size());
     for (auto _ : state) {
-        KivIndexSort(n, {Kiv.FI_Sim_Erg.Data()}, {index.data()});
+        SortIndex(key, index, pass.work().memory());
         benchmark::DoNotOptimize(index.data());
     }
-    state.counters["items"] = n;
+    state.counters["items"] = static_cast<double>(key.size());
 }
 
 void SortStd(benchmark::State& state, int max_J) {
-    SetLines(max_J);
-    const double* key = Kiv.FI_Sim_Erg.Data();
-    std::vector<std::int32_t> index(Kiv.Num_Trs);
+    BenchPass pass(BenchRotor(max_J));
+    pass.Run();
+    const std::span<const double> key = Positions(pass.room().lines);
+    std::vector<std::int32_t> index(key.size());
     for (auto _ : state) {
         std::iota(index.begin(), index.end(), 0);
         std::stable_sort(index.begin(), index.end(),
@@ -41,37 +42,88 @@ void SortStd(benchmark::State& state, int max_J) {
     }
 }
 
+// What the console writes files from.
+class Files {
+  public:
+    explicit Files(int max_J) : pass_(BenchRotor(max_J)) {
+        pass_.Run();
+        InputFile file;
+        file.temperatures[0] = 0.0;
+        file.moment_percent = {100.0, 100.0, 0.0};
+        header_ = HeaderOf(file, BenchRotor(max_J).model, pass_.room().lines, nullptr);
+        lines_ = std::move(pass_.room().lines);
+    }
+
+    /// Writes the line set; the lines are sorted from then on.
+    bool WriteSet() {
+        WholeFile file;
+        if (!file.Open("bench_set.QZS")) return false;
+        Result<SortedLines> sorted =
+            WriteLineSet(file, header_, std::move(lines_), {lower(), lower()}, memory());
+        if (!sorted) return false;
+        sorted_ = std::move(sorted).value();
+        return file.Keep();
+    }
+
+    bool WriteList() {
+        WholeFile file;
+        if (!file.Open("bench_text.asc")) return false;
+        WriteLineList(file, header_, sorted_, lower(), memory());
+        return file.Keep();
+    }
+
+    /// Makes the lines ready for another set.
+    void TakeBack() { lines_ = std::move(sorted_.lines); }
+
+    const LineList& sorted() const { return sorted_.lines; }
+    const Levels& lower() const { return pass_.room().lower(); }
+
+  private:
+    const Memory& memory() { return pass_.work().memory(); }
+
+    BenchPass pass_;
+    LineSetHeader header_;
+    LineList lines_;
+    SortedLines sorted_;
+};
+
 void TextKiv(benchmark::State& state, int max_J) {
-    SetLines(max_J);
-    TrsConvert("bench_text");
-    const std::vector<double> obs(Kiv.Num_Trs, 0.0);
-    for (auto _ : state) PrntTrsQZS("bench_text", obs.data());
-    state.counters["items"] = Kiv.Num_Trs;
+    Files files(max_J);
+    if (!files.WriteSet()) return state.SkipWithError("no line set");
+    for (auto _ : state) {
+        if (!files.WriteList()) return state.SkipWithError("no list");
+    }
+    state.counters["items"] = files.sorted().size;
 }
 
 // The same bytes with fprintf.
 void TextPrintf(benchmark::State& state, int max_J) {
-    SetLines(max_J);
-    TrsConvert("bench_text");
+    Files files(max_J);
+    if (!files.WriteSet()) return state.SkipWithError("no line set");
+    const LineList& lines = files.sorted();
     for (auto _ : state) {
         std::FILE* file = std::fopen("bench_printf.asc", "w");
         if (!file) return state.SkipWithError("no file");
-        for (int n = Kiv.Num_Trs - 1; n >= 0; --n) {
-            const std::int16_t* q = &Kiv.FI_JKK_Lbl[6 * n];
+        for (int n = lines.size - 1; n >= 0; --n) {
+            const std::int16_t* q = &lines.label[6 * n];
             std::fprintf(file, "%c %2hd %2hd %2hd %3hd %2hd %2hd %8.4f %11.4lf %11.4lf            ",
-                         Kiv.FI_BT_Lbl[n], q[0], q[1], q[2], q[3], q[4], q[5], Kiv.FI_Sim_Itn[n],
-                         0.0, Kiv.FI_Sim_Erg[n]);
-            const double erg = Kiv.HamErg_Vector[ST_GND][Kiv.FI_Erg_Idx[ST_GND][n]];
-            std::fprintf(file, " %11.4lf\n", erg / 29979.2458);
+                         lines.band[n], q[0], q[1], q[2], q[3], q[4], q[5],
+                         static_cast<double>(lines.intensity[n]), 0.0, lines.position[n]);
+            const double energy = files.lower().energy[lines.lower_level[n]];
+            std::fprintf(file, " %11.4lf\n", energy / 29979.2458);
         }
         std::fclose(file);
     }
 }
 
 void WholeLineSet(benchmark::State& state, int max_J) {
-    SetLines(max_J);
-    for (auto _ : state) TrsConvert("bench_set");
-    state.counters["items"] = Kiv.Num_Trs;
+    Files files(max_J);
+    for (auto _ : state) {
+        if (!files.WriteSet() || !files.WriteList()) return state.SkipWithError("no line set");
+        files.TakeBack();
+    }
+    files.WriteSet();
+    state.counters["items"] = files.sorted().size;
 }
 
 }  // namespace
@@ -85,3 +137,5 @@ void AddOutputRows() {
         AddRow("line set: sort, binary and text", "kiv", max_J, WholeLineSet);
     }
 }
+
+}  // namespace kiv

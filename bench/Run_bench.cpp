@@ -1,33 +1,30 @@
-// One pass (levels, derivatives, lines, nothing written) and whole processes, files included.
+// One pass (levels, derivatives, lines, nothing written), library calls, and whole processes, files
+// included.
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 
-#include <cstring>
+#include <fstream>
 #include <map>
+#include <optional>
 
 #include "BenchRotor.h"
-#include "input/NextInput.h"
-#include "run/KivCore.h"
-#include "run/KivRecord.h"
-#include "transitions/Ham2Trs.h"
+#include "kiv/files.h"
 
+namespace kiv {
 namespace {
 
-void SolveAnew() {
-    for (KivSolved& solved : Kiv.Solved) solved = KivSolved{};
-    Ham2Trs();
+constexpr char kInputName[] = "bench_run.in";
+
+void Pass(benchmark::State& state, const BenchRun& run) {
+    BenchPass pass(run);
+    pass.Run();  // the store has its size
+    for (auto _ : state) pass.RunAnew();
+    state.counters["items"] = pass.room().lines.size;
 }
 
-void Pass(benchmark::State& state) {
-    AllocBenchRotor();
-    Ham2Trs();  // the store has its size
-    for (auto _ : state) SolveAnew();
-    state.counters["items"] = Kiv.Num_Trs;
-}
-
-// A process of its own on the input of the run record, as a user starts it. Returns its peak memory
-// in MB, 0 when it did not run.
+// A process of its own on the input file, as a user starts it. Returns its peak memory in MB, 0
+// when it did not run.
 double RunProcess() {
     char program[] = KIV_PROGRAM, input[] = "bench_run.in";
     char* argv[] = {program, input, nullptr};
@@ -40,46 +37,77 @@ double RunProcess() {
     return ran ? static_cast<double>(usage.ru_maxrss) / 1024.0 : 0.0;
 }
 
-void WriteInput() {
-    std::strcpy(Kiv.Out_Base, "bench_run");
-    std::strcpy(Kiv.Asn_Flnm, "none.asn");
-    KivWriteInputParm(Kiv);
+void WriteInput(const BenchRun& run) {
+    InputFile file;
+    file.out_base = "bench_run";
+    file.assignment_file = "none.asn";
+    for (const StateIndex index : {kLower, kUpper}) {
+        for (int c = 0; c < kNumConstants; ++c) {
+            file.states[index].status[c] = run.model.states[index].terms[c].on ? 1 : 0;
+        }
+    }
+    PutConstants(file, run.model);
+    file.fit_status = static_cast<std::int16_t>(run.settings.fit.data);
+    file.max_J = run.settings.max_J;
+    file.delta_K = run.settings.lines.delta_K;
+    file.min_intensity = 0.0;
+    file.moment_percent = {100.0, 100.0, 0.0};
+    file.temperatures[0] = run.settings.lines.temperature;
+    file.cycles = 0;
+    StringSink text;
+    WriteInputFile(text, file);
+    std::ofstream(kInputName, std::ios::binary) << text.text();
 }
 
-std::map<int, double> Peaks;  // MB, by Max_J
+std::map<int, double> peaks;  // MB, by max_J
 
 // The old results are there from the time before.
-void Process(benchmark::State& state) {
-    WriteInput();
-    AllocBenchRotor();
-    Ham2Trs();
-    state.counters["items"] = Kiv.Num_Trs;
-    KivCoreFree();
+void Process(benchmark::State& state, const BenchRun& run) {
+    WriteInput(run);
+    {
+        BenchPass pass(run);
+        pass.Run();
+        state.counters["items"] = pass.room().lines.size;
+    }
     for (auto _ : state) {
         if (RunProcess() == 0.0) return state.SkipWithError("the program did not run");
     }
 }
 
-void OnePass(benchmark::State& state, int max_J) {
-    SetBenchRotor(max_J);
-    Pass(state);
-}
+void OnePass(benchmark::State& state, int max_J) { Pass(state, BenchRotor(max_J)); }
 
 void WholeProcess(benchmark::State& state, int max_J) {
-    SetBenchRotor(max_J);
-    Process(state);
-    state.counters["peak MB"] = Peaks[max_J];
+    Process(state, BenchRotor(max_J));
+    state.counters["peak MB"] = peaks[max_J];
 }
 
-void TwoStatePass(benchmark::State& state, int max_J) {
-    SetBenchBand(max_J);
-    Pass(state);
+void TwoStatePass(benchmark::State& state, int max_J) { Pass(state, BenchBand(max_J)); }
+void TwoStateProcess(benchmark::State& state, int max_J) { Process(state, BenchBand(max_J)); }
+
+// What a caller of the library asks for; returns the number of lines, 0 when a call fails.
+std::int32_t SolveAndCompute(const BenchRun& run, Workspace& work) {
+    Report silent;
+    const Result<Levels> levels = SolveLevels(run.model.lower(), run.settings.max_J, work);
+    if (!levels) return 0;
+    const Result<LineList> lines =
+        ComputeLines(run.model, levels.value(), levels.value(), run.settings.lines, nullptr,
+                     LineChoice::All, work, silent);
+    return lines ? lines.value().size : 0;
 }
 
-void TwoStateProcess(benchmark::State& state, int max_J) {
-    SetBenchBand(max_J);
-    Process(state);
+void Calls(benchmark::State& state, int max_J, bool keep) {
+    const BenchRun run = BenchRotor(max_J);
+    std::optional<Workspace> work;
+    for (auto _ : state) {
+        if (!keep || !work) work.emplace();
+        const std::int32_t lines = SolveAndCompute(run, *work);
+        if (lines == 0) return state.SkipWithError("a call failed");
+        state.counters["items"] = lines;
+    }
 }
+
+void KeptWorkspace(benchmark::State& state, int max_J) { Calls(state, max_J, true); }
+void NewWorkspace(benchmark::State& state, int max_J) { Calls(state, max_J, false); }
 
 constexpr int kMaxJs[] = {20, 35, 60, 100, 150, 200};
 
@@ -87,9 +115,8 @@ constexpr int kMaxJs[] = {20, 35, 60, 100, 150, 200};
 
 void MeasurePeaks() {
     for (int max_J : kMaxJs) {
-        SetBenchRotor(max_J);
-        WriteInput();
-        Peaks[max_J] = RunProcess();
+        WriteInput(BenchRotor(max_J));
+        peaks[max_J] = RunProcess();
     }
 }
 
@@ -100,4 +127,10 @@ void AddRunRows() {
     }
     AddRow("two states, one pass", "kiv", 35, TwoStatePass);
     AddRow("two states, whole process", "kiv", 35, TwoStateProcess);
+    for (int max_J : {5, 35}) {
+        AddRow("library, a workspace kept", "kiv", max_J, KeptWorkspace);
+        AddRow("library, a workspace kept", "a new one", max_J, NewWorkspace);
+    }
 }
+
+}  // namespace kiv

@@ -1,7 +1,7 @@
 // One run, one table: medians of each stage, beside what it is compared with.
 //
 // Options of Google Benchmark apply, for instance --benchmark_filter='whole run'. Works in a
-// temporary folder; the program's own console output is dropped.
+// temporary folder; console output is dropped.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "run/KivServices.h"
+namespace kiv {
 
 void AddEigenRows();
 void AddRunRows();
@@ -23,18 +23,18 @@ void AddFitRows();
 namespace {
 
 struct Line {
-    std::string What;
-    int Max_J = 0;
-    double Items = 0.0;
-    double Ms = 0.0;
-    double Peak_MB = 0.0;
-    std::string Other;
-    double Other_Ms = 0.0;
+    std::string what;
+    int max_J = 0;
+    double items = 0.0;
+    double ms = 0.0;
+    double peak_MB = 0.0;
+    std::string other;
+    double other_ms = 0.0;
 };
 
 class OneTable : public benchmark::BenchmarkReporter {
   public:
-    explicit OneTable(std::FILE* out) : Out(out) {}
+    explicit OneTable(std::FILE* out) : out_(out) {}
 
     bool ReportContext(const Context&) override { return true; }
 
@@ -45,11 +45,11 @@ class OneTable : public benchmark::BenchmarkReporter {
     }
 
     void Finalize() override {
-        std::fprintf(Out, "%-32s %5s %9s %11s %10s %8s  %-16s %11s %6s\n", "what", "max J", "items",
-                     "kiv ms", "us/item", "peak MB", "compared with", "ms", "ratio");
-        for (const Line& line : Lines) Put(line);
-        std::fprintf(Out, "\ntime as J^x, J from %d up\n", kFirstJ);
-        for (const Line& line : Lines) PutExponent(line);
+        std::fprintf(out_, "%-32s %5s %9s %11s %10s %8s  %-16s %11s %6s\n", "what", "max J",
+                     "items", "kiv ms", "us/item", "peak MB", "compared with", "ms", "ratio");
+        for (const Line& line : lines_) Put(line);
+        std::fprintf(out_, "\ntime as J^x, J from %d up\n", kFirstJ);
+        for (const Line& line : lines_) PutExponent(line);
     }
 
   private:
@@ -61,13 +61,13 @@ class OneTable : public benchmark::BenchmarkReporter {
         Line& line = Find(what, max_J);
         const double ms = run.GetAdjustedRealTime();
         if (by != "kiv") {
-            line.Other = by;
-            line.Other_Ms = ms;
+            line.other = by;
+            line.other_ms = ms;
             return;
         }
-        line.Ms = ms;
-        line.Items = Counter(run, "items");
-        line.Peak_MB = Counter(run, "peak MB");
+        line.ms = ms;
+        line.items = Counter(run, "items");
+        line.peak_MB = Counter(run, "peak MB");
     }
 
     static double Counter(const Run& run, const char* name) {
@@ -76,52 +76,49 @@ class OneTable : public benchmark::BenchmarkReporter {
     }
 
     Line& Find(const std::string& what, int max_J) {
-        for (Line& line : Lines) {
-            if (line.What == what && line.Max_J == max_J) return line;
+        for (Line& line : lines_) {
+            if (line.what == what && line.max_J == max_J) return line;
         }
-        Lines.push_back({what, max_J, 0.0, 0.0, 0.0, "", 0.0});
-        return Lines.back();
+        lines_.push_back({what, max_J, 0.0, 0.0, 0.0, "", 0.0});
+        return lines_.back();
     }
 
     void Put(const Line& line) {
-        std::fprintf(Out, "%-32s %5d %9.0f %11.3f", line.What.c_str(), line.Max_J, line.Items,
-                     line.Ms);
-        if (line.Items > 0.0) std::fprintf(Out, " %10.3f", 1e3 * line.Ms / line.Items);
-        if (line.Peak_MB > 0.0) {
-            std::fprintf(Out, " %8.0f", line.Peak_MB);
-        } else if (line.Other_Ms > 0.0) {
-            std::fprintf(Out, " %8s", "");
+        std::fprintf(out_, "%-32s %5d %9.0f %11.3f", line.what.c_str(), line.max_J, line.items,
+                     line.ms);
+        if (line.items > 0.0) std::fprintf(out_, " %10.3f", 1e3 * line.ms / line.items);
+        if (line.peak_MB > 0.0) {
+            std::fprintf(out_, " %8.0f", line.peak_MB);
+        } else if (line.other_ms > 0.0) {
+            std::fprintf(out_, " %8s", "");
         }
-        if (line.Other_Ms > 0.0) {
-            std::fprintf(Out, "  %-16s %11.3f %6.2f", line.Other.c_str(), line.Other_Ms,
-                         line.Ms / line.Other_Ms);
+        if (line.other_ms > 0.0) {
+            std::fprintf(out_, "  %-16s %11.3f %6.2f", line.other.c_str(), line.other_ms,
+                         line.ms / line.other_ms);
         }
-        std::fprintf(Out, "\n");
+        std::fprintf(out_, "\n");
     }
 
     // Least-squares slope of log(time) against log(J), once a stage.
     void PutExponent(const Line& line) {
-        if (line.Max_J != kFirstJ) return;
+        if (line.max_J != kFirstJ) return;
         double n = 0.0, x = 0.0, y = 0.0, xx = 0.0, xy = 0.0;
-        for (const Line& other : Lines) {
-            if (other.What != line.What || other.Max_J < kFirstJ) continue;
-            const double lj = std::log(other.Max_J), lt = std::log(other.Ms);
+        for (const Line& other : lines_) {
+            if (other.what != line.what || other.max_J < kFirstJ) continue;
+            const double lj = std::log(other.max_J), lt = std::log(other.ms);
             n += 1.0, x += lj, y += lt, xx += lj * lj, xy += lj * lt;
         }
         if (n < 2.0) return;
-        std::fprintf(Out, "%-32s %5.1f\n", line.What.c_str(), (n * xy - x * y) / (n * xx - x * x));
+        std::fprintf(out_, "%-32s %5.1f\n", line.what.c_str(), (n * xy - x * y) / (n * xx - x * x));
     }
 
     static constexpr int kFirstJ = 35;
-    std::FILE* Out;
-    std::vector<Line> Lines;
+    std::FILE* out_;
+    std::vector<Line> lines_;
 };
 
-void NoWait(int) {}
-int NoChar() { return EOF; }
-bool NoNumber(double&) { return false; }
-
 }  // namespace
+}  // namespace kiv
 
 int main(int argc, char** argv) {
     const bool all = argc == 1;
@@ -131,14 +128,14 @@ int main(int argc, char** argv) {
     std::string folder = (std::filesystem::temp_directory_path() / "kiv_bench_XXXXXX").string();
     if (!out || !mkdtemp(folder.data()) || !std::freopen("/dev/null", "w", stdout)) return 1;
     std::filesystem::current_path(folder);
-    Services = {NoWait, NoChar, NoNumber};
 
-    if (all) MeasurePeaks();  // while the benchmark is small: a new process counts its memory, too
-    AddEigenRows();
-    AddRunRows();
-    AddOutputRows();
-    AddFitRows();
-    OneTable table(out);
+    // While the benchmark is small: a new process counts its memory, too.
+    if (all) kiv::MeasurePeaks();
+    kiv::AddEigenRows();
+    kiv::AddRunRows();
+    kiv::AddOutputRows();
+    kiv::AddFitRows();
+    kiv::OneTable table(out);
     benchmark::RunSpecifiedBenchmarks(&table);
     std::filesystem::current_path("/");
     std::filesystem::remove_all(folder);

@@ -1,7 +1,6 @@
 #include "FuzzSupport.h"
 
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,37 +10,29 @@
 #include <filesystem>
 #include <limits>
 
-#include "run/KivCore.h"
-#include "run/KivPhaseLog.h"
-#include "run/KivRecord.h"
-#include "run/KivRun.h"
-#include "run/KivServices.h"
+#include "console/Run.h"
 
 // A request for more memory than there is comes back empty, as it does in the program.
 extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
 
+namespace kiv {
 namespace {
 
 constexpr int kMaxJ = 4;
-constexpr int kMaxCycles = 2;
-constexpr int kFirstLines = 50;  // lines the store holds before it grows
+constexpr int kMaxScanJ = 1;
+constexpr std::int16_t kMaxCycles = 2;
+constexpr std::int64_t kMemory = std::int64_t{1} << 29;
 
-std::string Folder;
-
-void NoWait(int) {}
-
-int NoChar() { return EOF; }
-
-bool NoNumber(double&) { return false; }
+std::string folder;
 
 void RemoveFolder() {
     std::error_code error;
-    std::filesystem::remove_all(Folder, error);
+    std::filesystem::remove_all(folder, error);
 }
 
 void EnterFolder() {
-    Folder = access("/dev/shm", W_OK) == 0 ? "/dev/shm/kiv_fuzz_XXXXXX" : "/tmp/kiv_fuzz_XXXXXX";
-    Require(mkdtemp(Folder.data()) != nullptr && chdir(Folder.c_str()) == 0, "working folder");
+    folder = access("/dev/shm", W_OK) == 0 ? "/dev/shm/kiv_fuzz_XXXXXX" : "/tmp/kiv_fuzz_XXXXXX";
+    Require(mkdtemp(folder.data()) != nullptr && chdir(folder.c_str()) == 0, "working folder");
     std::atexit(RemoveFolder);
     Require(std::freopen("/dev/null", "w", stdout) != nullptr, "console");
 }
@@ -49,33 +40,7 @@ void EnterFolder() {
 }  // namespace
 
 void BeginFuzz() {
-    if (Folder.empty()) EnterFolder();
-    Kiv = KivRecord{};
-    Services = {NoWait, NoChar, NoNumber};
-}
-
-void EndFuzz() {
-    if (Kiv.Log_Fp) std::fclose(Kiv.Log_Fp);
-    Kiv = KivRecord{};
-}
-
-void RunSmall(const char* asn_name, bool scan) {
-    std::strcpy(Kiv.Out_Base, "fuzz");
-    std::strcpy(Kiv.Asn_Flnm, asn_name);
-    if (Kiv.Max_J >= 0) Kiv.Max_J %= kMaxJ + 1;
-    if (Kiv.LS_Cycles < 0 || scan) Kiv.LS_Cycles = scan ? -1 : 1;
-    if (scan) Kiv.Max_J = std::min(Kiv.Max_J, 1);
-    if (Kiv.LS_Cycles > kMaxCycles) Kiv.LS_Cycles = kMaxCycles;
-    Kiv.Trs_Max_Lines = kFirstLines;
-    Kiv.Log_On = 1;
-    KivPhaseLog(PHASE_INPUT, 0);
-    KivPhaseLog(PHASE_INPUT, 1);
-    const int status = KivRun();
-    Require(status == 0 || status == 1, "status");
-    Require(status == 0 || (Kiv.Num_Trs >= 0 && Kiv.Num_Asn <= Kiv.Num_Asn_Read), "counts");
-    KivCoreFree();
-    KivPhaseLog(PHASE_END, 0);
-    Require(Kiv.Log_Fp == nullptr, "log closed");
+    if (folder.empty()) EnterFolder();
 }
 
 void Require(bool holds, const char* what) {
@@ -84,30 +49,47 @@ void Require(bool holds, const char* what) {
     std::abort();
 }
 
-MemFile::MemFile(const char* title) : Fd(memfd_create(title, MFD_CLOEXEC)) {
-    Require(Fd >= 0, "memory file");
-    Path = "/proc/self/fd/" + std::to_string(Fd);
+Surroundings Silent() {
+    return {[](int) {}, [] { return EOF; }, [](double&) { return false; }};
+}
+
+Memory SmallMemory() { return Memory(kMemory); }
+
+void MakeSmall(InputFile& file, RunKind kind) {
+    const bool scan = kind == RunKind::Scan;
+    if (file.max_J >= 0) file.max_J %= kMaxJ + 1;
+    if (scan) file.max_J = std::min(file.max_J, kMaxScanJ);
+    if (file.cycles < 0 || scan) file.cycles = scan ? -1 : 1;
+    file.cycles = std::min(file.cycles, kMaxCycles);
+}
+
+void RunDocument(InputFile file, const std::string& assignment_file) {
+    static MemFile input("input");
+    file.out_base = "fuzz";
+    file.assignment_file = assignment_file;
+    StringSink text;
+    WriteInputFile(text, file);
+    input.Set(text.text());
+    const int status = RunInputFile(input.name(), Silent(), SmallMemory());
+    Require(status == 0 || status == 1, "status");
+}
+
+MemFile::MemFile(const char* title) : fd_(memfd_create(title, MFD_CLOEXEC)) {
+    Require(fd_ >= 0, "memory file");
+    name_ = "/proc/self/fd/" + std::to_string(fd_);
 }
 
 void MemFile::Set(std::string_view text) {
     const auto size = static_cast<ssize_t>(text.size());
-    Require(ftruncate(Fd, 0) == 0 && pwrite(Fd, text.data(), text.size(), 0) == size,
+    Require(ftruncate(fd_, 0) == 0 && pwrite(fd_, text.data(), text.size(), 0) == size,
             "memory file filled");
-}
-
-std::string MemFile::Get() const {
-    struct stat now;
-    Require(fstat(Fd, &now) == 0, "memory file");
-    std::string text(static_cast<std::size_t>(now.st_size), '\0');
-    Require(pread(Fd, text.data(), text.size(), 0) == now.st_size, "memory file read");
-    return text;
 }
 
 std::uint64_t ByteSource::Raw(std::size_t size) {
     std::uint64_t value = 0;
-    const std::size_t taken = std::min(size, Bytes.size());
-    std::memcpy(&value, Bytes.data(), taken);
-    Bytes.remove_prefix(taken);
+    const std::size_t taken = std::min(size, bytes_.size());
+    std::memcpy(&value, bytes_.data(), taken);
+    bytes_.remove_prefix(taken);
     return value;
 }
 
@@ -185,3 +167,5 @@ double ByteSource::Real() {
     std::memcpy(&value, &bits, sizeof value);
     return value;
 }
+
+}  // namespace kiv

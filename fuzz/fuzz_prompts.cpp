@@ -8,9 +8,9 @@
 #include <string>
 
 #include "FuzzSupport.h"
-#include "input/AsnConvert.h"
-#include "run/KivServices.h"
+#include "console/AssignmentConversion.h"
 
+namespace kiv {
 namespace {
 
 constexpr char kName[] = "old.asn";
@@ -34,23 +34,26 @@ bool Holds(std::string_view text) {
 void Type(std::string_view answer) {
     static MemFile keys("keys");
     keys.Set(answer);
-    Require(std::freopen(keys.Name(), "r", stdin) != nullptr, "standard input");
+    Require(std::freopen(keys.name().c_str(), "r", stdin) != nullptr, "standard input");
 }
 
 }  // namespace
+}  // namespace kiv
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const KivServices console = Services;
+    using namespace kiv;
     BeginFuzz();
-    Services.AskChar = console.AskChar;
-    Services.AskNumber = console.AskNumber;
+    Surroundings surroundings = Surroundings::Real();
+    surroundings.wait = Silent().wait;
     const std::string_view all(reinterpret_cast<const char*>(data), size);
     const std::size_t end = std::min(all.find('\n'), all.size());
     Type(all.substr(0, end));
-    if (size % 2 == 0) Services.AskChar();  // the question that comes before in the same input
+    if (size % 2 == 0) surroundings.ask_char();  // the question that comes before in the same input
     const std::string_view old = all.substr(end);
     Write(old);
-    if (!AsnConvert(kName)) Require(Holds(old), "a file that was not converted is unchanged");
-    EndFuzz();
+    Console console(surroundings);
+    if (!ConvertAssignments(console, kName, SmallMemory())) {
+        Require(Holds(old), "a file that was not converted is unchanged");
+    }
     return 0;
 }

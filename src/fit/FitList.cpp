@@ -2,86 +2,94 @@
 
 #include <cmath>
 
-#include "run/KivTrace.h"
-
+namespace kiv {
 namespace {
 
-// The ground state has no origin.
-int LastPrm(int state) { return state == ST_GND ? NUM_HAM_PRM - 1 : PRM_ORI; }
+constexpr StateIndex kBothStates[] = {kLower, kUpper};
 
-bool IsExcluded(int state, int prm) {
-    if (state == ST_EXC && (Kiv.Gnd_Only == 1 || Kiv.Fit_Stat == 3)) return true;
-    return Kiv.Fit_Stat == 4 && (state == ST_GND || prm == PRM_ORI);
+// The lower state has no origin.
+int LastConstant(StateIndex state) { return state == kLower ? kNumConstants - 1 : kOrigin; }
+
+bool IsExcluded(const Model& model, FitData data, StateIndex state, int constant) {
+    if (state == kUpper && (model.one_state || data == FitData::LowerDifferences)) return true;
+    return data == FitData::UpperDifferences && (state == kLower || constant == kOrigin);
 }
 
-bool IsDifference(int state, int prm) {
-    return Kiv.Fit_Stat == 2 && state == ST_EXC && prm != PRM_ORI;
+bool IsDifference(FitData data, StateIndex state, int constant) {
+    return data == FitData::UpperAsDifference && state == kUpper && constant != kOrigin;
 }
 
-int PrmCode(int state, int prm) { return state == ST_GND ? -(prm + 1) : prm + 1; }
-
-int CheckRotational(int state, int prm) {
-    const double value = Kiv.Prm_Val[state][prm];
-    if (prm > PRM_C || value >= 0.0) return 1;
-    BothPut("LEAST SQUARES FIT - NEGATIVE A,B,C PRODUCED!\n");
-    LogPut("STATE=[%s] PARM[%ld]=[%lf]\n", Kiv.State_Lbl[state], static_cast<long>(prm), value);
-    return 0;
-}
+bool IsRotational(int constant) { return constant <= static_cast<int>(Constant::C); }
 
 }  // namespace
 
-int CountFitted() {
+const Term& TermOf(const Model& model, StateIndex state, int constant) {
+    return constant == kOrigin ? model.origin : model.states[state].terms[constant];
+}
+
+Term& TermOf(Model& model, StateIndex state, int constant) {
+    return constant == kOrigin ? model.origin : model.states[state].terms[constant];
+}
+
+int CountMarked(const Model& model, FitData data) {
     int count = 0;
-    for (int state : {ST_GND, ST_EXC}) {
-        for (int prm = 0; prm <= LastPrm(state); ++prm) {
-            if (!IsExcluded(state, prm) && Kiv.Prm_Fit[state][prm] == 1) ++count;
+    for (const StateIndex state : kBothStates) {
+        for (int c = 0; c <= LastConstant(state); ++c) {
+            if (!IsExcluded(model, data, state, c) && TermOf(model, state, c).fit) ++count;
         }
     }
     return count;
 }
 
-FitList MakeFitList() {
+FitList MakeFitList(const Model& model, FitData data) {
     FitList list;
-    for (int state : {ST_GND, ST_EXC}) {
-        for (int prm = 0; prm <= LastPrm(state); ++prm) {
-            if (IsExcluded(state, prm) || Kiv.Prm_Stat[state][prm] != 1) continue;
-            const int slot = ++list.Num;
-            list.State[slot] = state;
-            list.Prm[slot] = prm;
-            list.Code[slot] = PrmCode(state, prm);
-            if (Kiv.Prm_Fit[state][prm] == 1) list.Order[++list.Num_Varied] = slot;
+    for (const StateIndex state : kBothStates) {
+        for (int c = 0; c <= LastConstant(state); ++c) {
+            const Term& term = TermOf(model, state, c);
+            if (IsExcluded(model, data, state, c) || !(term.on || IsRotational(c))) continue;
+            const int slot = ++list.num;
+            list.state[slot] = state;
+            list.constant[slot] = c;
+            if (term.fit) list.order[++list.num_varied] = slot;
         }
     }
-    int position = list.Num_Varied;
-    for (int slot = 1; slot <= list.Num; ++slot) {
-        if (Kiv.Prm_Fit[list.State[slot]][list.Prm[slot]] != 1) list.Order[++position] = slot;
+    int position = list.num_varied;
+    for (int slot = 1; slot <= list.num; ++slot) {
+        if (!TermOf(model, list.state[slot], list.constant[slot]).fit)
+            list.order[++position] = slot;
     }
     return list;
 }
 
-void GetFitValues(const FitList& list, double* values) {
-    for (int slot = 1; slot <= list.Num; ++slot) {
-        const int state = list.State[slot], prm = list.Prm[slot];
-        values[slot] = Kiv.Prm_Val[state][prm];
-        if (IsDifference(state, prm)) values[slot] -= Kiv.Prm_Val[ST_GND][prm];
+void GetFitValues(const FitList& list, const Model& model, FitData data, double* values) {
+    for (int slot = 1; slot <= list.num; ++slot) {
+        const StateIndex state = list.state[slot];
+        const int c = list.constant[slot];
+        values[slot] = TermOf(model, state, c).value;
+        if (IsDifference(data, state, c)) values[slot] -= model.lower().terms[c].value;
     }
 }
 
-int SetFitValues(const FitList& list, const double* values) {
-    for (int slot = 1; slot <= list.Num; ++slot) {
-        const int state = list.State[slot], prm = list.Prm[slot];
-        const bool difference = IsDifference(state, prm);
-        if (Kiv.Prm_Fit[state][prm] != 1 && !difference) continue;
-        Kiv.Prm_Val[state][prm] = values[slot] + (difference ? Kiv.Prm_Val[ST_GND][prm] : 0.0);
-        if (!CheckRotational(state, prm)) return 0;
+int SetFitValues(const FitList& list, const double* values, FitData data, Model& model) {
+    for (int slot = 1; slot <= list.num; ++slot) {
+        const StateIndex state = list.state[slot];
+        const int c = list.constant[slot];
+        const bool difference = IsDifference(data, state, c);
+        Term& term = TermOf(model, state, c);
+        if (!term.fit && !difference) continue;
+        term.value = values[slot] + (difference ? model.lower().terms[c].value : 0.0);
+        if (IsRotational(c) && !(term.value >= 0.0)) return slot;
     }
-    return 1;
+    return 0;
 }
 
-void SetFitDeviations(const FitList& list) {
-    for (int m = 1; m <= list.Num_Varied; ++m) {
-        const int slot = list.Order[m];
-        Kiv.Prm_Sd[list.State[slot]][list.Prm[slot]] =
-            std::sqrt(std::fabs(Kiv.RC_CovarianceMat(m, m)));
+void SetFitDeviations(const FitList& list, const Table<double>& covariance, Model& model) {
+    for (int m = 1; m <= list.num_varied; ++m) {
+        const int slot = list.order[m];
+        const auto at = static_cast<std::size_t>(m);
+        TermOf(model, list.state[slot], list.constant[slot]).sd =
+            std::sqrt(std::fabs(covariance(at, at)));
     }
 }
+
+}  // namespace kiv

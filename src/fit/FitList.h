@@ -1,38 +1,51 @@
 // The constants that take part in a fit, in the order of the fit.
 #pragma once
 
-#include "run/KivRecord.h"  // NUM_PRM
+#include "kiv/array.h"
+#include "kiv/model.h"
+#include "kiv/settings.h"
 
-/// Most constants a fit can hold: all of the ground state, all of the excited one and the origin.
-constexpr int kMaxFitPrm = NUM_HAM_PRM + NUM_PRM;
+namespace kiv {
 
-/// Slots 1..Num hold the constants by state and index: ground 0..21, excited 0..21, origin.
-/// Order[1..Num_Varied] are the slots that are varied, Order[Num_Varied+1..Num] the fixed ones,
-/// both ascending. Code names the constant of a slot for the listings: -(p+1) for constant p of
-/// the ground state, p+1 for one of the excited state, 23 for the origin.
+/// Number of the origin behind those of the constants.
+inline constexpr int kOrigin = kNumConstants;
+
+/// Most constants a fit can hold: all of the lower state, all of the upper one and the origin.
+inline constexpr int kMaxFitConstants = 2 * kNumConstants + 1;
+
+/// Slots 1..num hold the constants by state and number: lower 0..21, upper 0..21, origin.
+/// order[1..num_varied] are the slots that are varied, order[num_varied+1..num] the fixed ones,
+/// both ascending.
 struct FitList {
-    int Num = 0;
-    int Num_Varied = 0;
-    int State[kMaxFitPrm + 1] = {};
-    int Prm[kMaxFitPrm + 1] = {};
-    int Code[kMaxFitPrm + 1] = {};
-    int Order[kMaxFitPrm + 1] = {};
+    int num = 0;
+    int num_varied = 0;
+    StateIndex state[kMaxFitConstants + 1] = {};
+    int constant[kMaxFitConstants + 1] = {};
+    int order[kMaxFitConstants + 1] = {};
 };
 
-/// Constants marked for fitting that Fit_Stat does not exclude, present (Prm_Stat) or not.
-int CountFitted();
+/// A constant of the model by its number, which may be kOrigin.
+Term& TermOf(Model& model, StateIndex state, int constant);
+const Term& TermOf(const Model& model, StateIndex state, int constant);
 
-/// The constants that are present and not excluded by Fit_Stat or Gnd_Only.
-FitList MakeFitList();
+/// Constants marked for fitting that `data` does not exclude, present or not.
+int CountMarked(const Model& model, FitData data);
 
-/// Current values by slot; with Fit_Stat 2 excited constants, the origin aside, as differences
-/// from the ground ones.
-void GetFitValues(const FitList& list, double* values);
+/// The constants that are present, as A, B and C always are, and not excluded by `data` or because
+/// the model has one state.
+FitList MakeFitList(const Model& model, FitData data);
 
-/// Stores the varied values. With Fit_Stat 2 every excited constant becomes the ground one plus
-/// the difference, so that a fixed difference stays fixed when the ground constant moves. 0 with a
-/// message when A, B or C comes out negative or not a number.
-int SetFitValues(const FitList& list, const double* values);
+/// Current values by slot; with UpperAsDifference upper constants, the origin aside, as differences
+/// from the lower ones.
+void GetFitValues(const FitList& list, const Model& model, FitData data, double* values);
 
-/// Stores the deviations of the varied constants: roots of the diagonal of RC_CovarianceMat.
-void SetFitDeviations(const FitList& list);
+/// Stores the varied values. With UpperAsDifference every upper constant becomes the lower one plus
+/// the difference, so that a fixed difference stays fixed when the lower constant moves. Returns
+/// the slot of A, B or C that comes out negative or not a number, where it stops, or 0.
+int SetFitValues(const FitList& list, const double* values, FitData data, Model& model);
+
+/// Stores the deviations of the varied constants: roots of the diagonal of the covariance, whose
+/// rows and columns count from 1.
+void SetFitDeviations(const FitList& list, const Table<double>& covariance, Model& model);
+
+}  // namespace kiv

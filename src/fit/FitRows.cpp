@@ -1,151 +1,144 @@
 #include "fit/FitRows.h"
 
 #include <algorithm>
-#include <cmath>
 
-#include "run/KivTrace.h"
-#include "run/LineDev.h"
+#include "base/ArrayName.h"
+#include "base/Failure.h"
+#include "lines/LineDerivatives.h"
 
+namespace kiv {
 namespace {
 
-// Where the derivatives of a slot stand in the record of a line: the sum of one or two entries.
-struct Source {
-    int First = -1;
-    int Second = -1;
-    bool Origin = false;
+// Tells where the two sets begin, before the first row of each.
+class SetAnnouncer {
+  public:
+    SetAnnouncer(bool one_state, Trace* trace) : one_state_(one_state), trace_(trace) {}
+
+    void Announce(const FitRows& rows, bool first_set) {
+        const bool between = !one_state_ && first_set;
+        bool& seen = between ? between_seen_ : within_seen_;
+        if (!seen && trace_) trace_->FirstRow(between, rows.num, rows.split);
+        seen = true;
+    }
+
+  private:
+    bool one_state_;
+    Trace* trace_;
+    bool between_seen_ = false, within_seen_ = false;
 };
-
-struct SourceMap {
-    Source Slot[kMaxFitPrm + 1];
-};
-
-// Both levels belong to the ground state: its j-th constant moves both.
-SourceMap GroundSources(const FitList& list) {
-    SourceMap map;
-    const int Kg = Kiv.Num_Dev[ST_GND], Ke = Kiv.Num_Dev[ST_EXC];
-    int j = 0;
-    for (int slot = 1; slot <= list.Num && list.State[slot] == ST_GND; ++slot, ++j) {
-        map.Slot[slot].First = j;
-        map.Slot[slot].Second = j < Ke ? Kg + j : -1;
-    }
-    return map;
-}
-
-// Position of every constant among the derivatives of its state, -1 when it has none.
-void DerivativeSlots(int state, int* place) {
-    int next = 0;
-    for (int prm = 0; prm < NUM_HAM_PRM; ++prm) {
-        place[prm] = Kiv.Prm_Stat[state][prm] == 1 ? next++ : -1;
-    }
-}
-
-// Levels of two states; as differences, an excited constant follows its ground partner.
-SourceMap BandSources(const FitList& list) {
-    SourceMap map;
-    const int Kg = Kiv.Num_Dev[ST_GND];
-    int place[2][NUM_HAM_PRM];
-    for (int state : {ST_GND, ST_EXC}) DerivativeSlots(state, place[state]);
-    for (int slot = 1; slot <= list.Num; ++slot) {
-        Source& source = map.Slot[slot];
-        const int prm = list.Prm[slot];
-        source.Origin = prm == PRM_ORI;
-        if (source.Origin) continue;
-        const int upper = place[ST_EXC][prm] >= 0 ? Kg + place[ST_EXC][prm] : -1;
-        source.First = list.State[slot] == ST_GND ? place[ST_GND][prm] : upper;
-        if (list.State[slot] == ST_GND && Kiv.Fit_Stat == 2) source.Second = upper;
-    }
-    return map;
-}
-
-void FillRow(double* row, const FitList& list, const SourceMap& map, const double* record) {
-    for (int slot = 1; slot <= list.Num; ++slot) {
-        const Source& source = map.Slot[slot];
-        row[slot] = source.Origin ? 1.0 : 0.0;
-        if (source.First >= 0) row[slot] = record[source.First];
-        if (source.Second >= 0) row[slot] += record[source.Second];
-    }
-}
-
-// Says where the two sets begin and end, before the first row of each.
-void AnnounceSet(const FitRows& rows, bool ground, bool band, bool& band_seen, bool& rot_seen) {
-    if (!ground && band) {
-        if (!band_seen) ConPut("UV LAST LEVEL # = %ld\n", static_cast<long>(rows.Split));
-        band_seen = true;
-        return;
-    }
-    if (!rot_seen) {
-        ConPut("MW FIRST LEVEL # = %ld ASN SPLIT = %ld\n", static_cast<long>(rows.Num + 1),
-               static_cast<long>(rows.Split));
-    }
-    rot_seen = true;
-}
-
-void ListRejected(const std::int16_t* q, double obs, double misfit) {
-    BothPut("%3hd %3hd %3hd  %3hd %3hd %3hd  %11.4lf %10.4lf - REJECTED\n", q[0], q[1], q[2], q[3],
-            q[4], q[5], obs, misfit);
-}
 
 }  // namespace
 
-int AllocRows(FitRows& rows, const FitList& list, std::int64_t num) {
-    rows.Width = list.Num + 1;
-    if (ArrAlloc(rows.obln_vec, num + 1) < 0 || ArrAlloc(rows.Calc, num + 1) < 0 ||
-        ArrAlloc(rows.Asn, num + 1) < 0 || ArrAlloc(rows.Label, 6 * (num + 1)) < 0) {
-        return CoreFailLog("LsfTrs()/obln_vec");
+Status FitRows::Begin(const Memory& memory, const FitList& list, std::int64_t lines) {
+    num_lines = num = split = 0;
+    sum_sq = 0.0;
+    width = list.num + 1;
+    const std::int64_t n = lines + 1;
+    if (!observed.Take(memory, n) || !calculated.Take(memory, n) || !assignment.Take(memory, n) ||
+        !label.Take(memory, 6 * n)) {
+        return NoMemory(array_name::kObserved);
     }
-    if (ArrAlloc(rows.sig_vec, num + 1) < 0) return CoreFailLog("LsfTrs()/sig_vec");
-    if (ArrAlloc(rows.dvs_mat, (num + 1) * rows.Width) < 0) {
-        return CoreFailLog("LsfTrs()/dvs_mat");
+    if (!uncertainty.Take(memory, n)) return NoMemory(array_name::kUncertainties);
+    if (!derivative.Take(memory, n * width)) return NoMemory(array_name::kFitDerivatives);
+    if (!solver_room.Take(memory, n * (list.num_varied + 1))) {
+        return NoMemory(array_name::kFitMatrix);
     }
-    if (ArrAlloc(rows.u_mat, (num + 1) * (list.Num_Varied + 1)) < 0) {
-        return CoreFailLog("LsfTrs()/u_mat");
-    }
-    return 1;
+    return {};
 }
 
-void GatherLines(FitRows& rows, const FitList& list, bool ground) {
-    const SourceMap map = ground ? GroundSources(list) : BandSources(list);
-    double record[2 * NUM_HAM_PRM];
-    for (std::int32_t k = 0; k < Kiv.Num_Asn; ++k) {
-        const auto line = static_cast<std::size_t>(Kiv.FI_AsnLn_Idx[k]);
-        const std::int32_t asn = Kiv.FI_Asn_Idx[k];
-        const std::int32_t i = ++rows.Num_Lines;
-        rows.Calc[i] = Kiv.FI_Sim_Erg[line];
-        rows.Asn[i] = asn;
-        std::copy_n(&Kiv.FI_JKK_Lbl[6 * line], 6, &rows.Label[6 * static_cast<std::size_t>(i)]);
-        rows.obln_vec[i] = Kiv.AsnErg_Vector[asn];
-        rows.sig_vec[i] = AsnSigma(asn);
-        LineDerivatives(line, record);
-        FillRow(rows.Derivatives(i), list, map, record);
-        if (asn < Kiv.Asn_Split) ++rows.Split;
-    }
-}
-
-double AsnSigma(std::int32_t asn) { return Kiv.Uniform_Unc != 0 ? 1.0 : Kiv.AsnUnc_Vector[asn]; }
-
-bool IsOutlier(double misfit) { return std::fabs(misfit) >= Kiv.Rej_Level; }
-
-void AcceptRow(FitRows& rows, std::int64_t from, double misfit) {
-    const std::int64_t to = ++rows.Num;
-    rows.Sum_Sq += misfit * misfit;
+void FitRows::Accept(std::int64_t from, double misfit) {
+    const std::int64_t to = ++num;
+    sum_sq += misfit * misfit;
     if (to == from) return;
-    rows.obln_vec[to] = rows.obln_vec[from];
-    rows.sig_vec[to] = rows.sig_vec[from];
-    std::copy_n(rows.Derivatives(from), rows.Width, rows.Derivatives(to));
+    observed[to] = observed[from];
+    uncertainty[to] = uncertainty[from];
+    std::copy_n(Derivatives(from), width, Derivatives(to));
 }
 
-void SelectLines(FitRows& rows) {
-    const bool ground = Kiv.Fit_Stat == 0 || Kiv.Gnd_Only == 1;
-    bool band_seen = false, rot_seen = false;
-    for (std::int32_t k = 1; k <= rows.Num_Lines; ++k) {
-        const double misfit = rows.obln_vec[k] - rows.Calc[k];
-        const bool band = rows.Asn[k] < Kiv.Asn_Split;
-        if (IsOutlier(misfit)) {
-            ListRejected(&rows.Label[6 * static_cast<std::size_t>(k)], rows.obln_vec[k], misfit);
-            if (band) --rows.Split;
+DerivativeMap::DerivativeMap(const RowSource& source, const PassRoom& room, bool within_lower)
+    : list_(*source.list), room_(room) {
+    if (within_lower) {
+        MapWithinLower();
+    } else {
+        MapBetweenStates(source.options->data);
+    }
+}
+
+// The j-th constant of the lower state moves both levels.
+void DerivativeMap::MapWithinLower() {
+    const int of_lower = room_.lower().num_derivatives, of_upper = room_.upper().num_derivatives;
+    int j = 0;
+    for (int slot = 1; slot <= list_.num && list_.state[slot] == kLower; ++slot, ++j) {
+        place_[slot].first = j;
+        place_[slot].second = j < of_upper ? of_lower + j : -1;
+    }
+}
+
+// As differences, an upper constant follows its lower partner.
+void DerivativeMap::MapBetweenStates(FitData data) {
+    int of_state[kNumStates][kNumConstants];  // place among the state's derivatives, -1: none
+    for (int s = 0; s < kNumStates; ++s) {
+        const Levels& levels = s == kLower ? room_.lower() : room_.upper();
+        std::fill_n(of_state[s], kNumConstants, -1);
+        for (int i = 0; i < levels.num_derivatives; ++i) {
+            of_state[s][static_cast<int>(levels.derivative_of[static_cast<std::size_t>(i)])] = i;
+        }
+    }
+    const int before_upper = room_.lower().num_derivatives;
+    for (int slot = 1; slot <= list_.num; ++slot) {
+        Place& place = place_[slot];
+        const int c = list_.constant[slot];
+        place.origin = c == kOrigin;
+        if (place.origin) continue;
+        const int upper = of_state[kUpper][c] >= 0 ? before_upper + of_state[kUpper][c] : -1;
+        place.first = list_.state[slot] == kLower ? of_state[kLower][c] : upper;
+        if (list_.state[slot] == kLower && data == FitData::UpperAsDifference) place.second = upper;
+    }
+}
+
+void DerivativeMap::Fill(std::size_t line, double* row) const {
+    double record[2 * kNumConstants];
+    LineDerivatives(room_.lower(), room_.upper(), &room_.lines.label[6 * line], record);
+    for (int slot = 1; slot <= list_.num; ++slot) {
+        const Place& place = place_[slot];
+        row[slot] = place.origin ? 1.0 : 0.0;
+        if (place.first >= 0) row[slot] = record[place.first];
+        if (place.second >= 0) row[slot] += record[place.second];
+    }
+}
+
+void GatherLines(const RowSource& source, const PassRoom& room, bool within_lower, FitRows& rows) {
+    const DerivativeMap map(source, room, within_lower);
+    const Assignments& assignments = *source.assignments;
+    const LineList& lines = room.lines;
+    for (std::int32_t k = 0; k < lines.matched; ++k) {
+        const auto line = static_cast<std::size_t>(lines.match_line[k]);
+        const std::int32_t number = lines.match_assignment[k];
+        const std::int32_t i = ++rows.num_lines;
+        rows.calculated[i] = lines.position[line];
+        rows.assignment[i] = number;
+        std::copy_n(&lines.label[6 * line], 6, &rows.label[6 * static_cast<std::size_t>(i)]);
+        rows.observed[i] = assignments.frequency[number];
+        rows.uncertainty[i] = source.Uncertainty(number);
+        map.Fill(line, rows.Derivatives(i));
+        if (number < assignments.split) ++rows.split;
+    }
+}
+
+void SelectLines(const RowSource& source, bool one_state, Trace* trace, FitRows& rows) {
+    SetAnnouncer sets(one_state, trace);
+    for (std::int32_t k = 1; k <= rows.num_lines; ++k) {
+        const FitRowView row{&rows.label[6 * static_cast<std::size_t>(k)], nullptr,
+                             rows.observed[k], rows.calculated[k]};
+        const bool first_set = rows.assignment[k] < source.assignments->split;
+        if (source.IsOutlier(row.misfit())) {
+            if (trace) trace->RowRejected(row);
+            if (first_set) --rows.split;
             continue;
         }
-        AnnounceSet(rows, ground, band, band_seen, rot_seen);
-        AcceptRow(rows, k, misfit);
+        sets.Announce(rows, first_set);
+        rows.Accept(k, row.misfit());
     }
 }
+
+}  // namespace kiv

@@ -4,47 +4,91 @@
 // i with respect to the constants of the fit's slots 1..T lie at (T + 1) * i + slot.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 
+#include "base/Trace.h"
 #include "fit/FitList.h"
-#include "run/KivArray.h"
+#include "kiv/assignments.h"
+#include "kiv/error.h"
+#include "kiv/settings.h"
+#include "lines/Pass.h"
+
+namespace kiv {
+
+/// What the rows are made from.
+struct RowSource {
+    const Assignments* assignments;
+    const FitOptions* options;
+    const FitList* list;
+
+    /// Uncertainty of an assignment: 1 when weights are uniform.
+    double Uncertainty(std::int32_t assignment) const {
+        return options->weights == FitWeights::Uncertainties
+                   ? assignments->uncertainty[static_cast<std::size_t>(assignment)]
+                   : 1.0;
+    }
+
+    /// True when a misfit obs - calc reaches the rejection level.
+    bool IsOutlier(double misfit) const { return std::fabs(misfit) >= options->reject_above; }
+};
 
 struct FitRows {
     // Matched lines of the cycle's passes, before the selection
-    std::int32_t Num_Lines = 0;
-    KivArray<double> Calc;         // calculated position
-    KivArray<std::int32_t> Asn;    // its assignment
-    KivArray<std::int16_t> Label;  // J', Ka', Kc', J'', Ka'', Kc'' a line
+    std::int32_t num_lines = 0;
+    Array<double> calculated;        // position
+    Array<std::int32_t> assignment;  // its assignment
+    Array<std::int16_t> label;       // J', Ka', Kc', J'', Ka'', Kc'' a line
 
     // Rows of lines, then, compacted, the accepted ones
-    KivArray<double> obln_vec;  // observed value
-    KivArray<double> sig_vec;   // uncertainty
-    KivArray<double> dvs_mat;   // derivatives
-    KivArray<double> u_mat;     // room for the solver
+    Array<double> observed;
+    Array<double> uncertainty;
+    Array<double> derivative;
+    Array<double> solver_room;
 
-    std::int32_t Num = 0;    // accepted rows
-    double Sum_Sq = 0.0;     // their squared misfits obs - calc, unweighted
-    std::int32_t Split = 0;  // rows of the first set among them
-    int Width = 0;           // numbers a row of dvs_mat, T + 1
+    std::int32_t num = 0;    // accepted rows
+    double sum_sq = 0.0;     // their squared misfits obs - calc, unweighted
+    std::int32_t split = 0;  // rows of the first set among them
+    int width = 0;           // numbers a row of `derivative`, T + 1
 
-    double* Derivatives(std::int64_t row) { return dvs_mat.Data() + Width * row; }
+    double* Derivatives(std::int64_t row) { return derivative.data() + width * row; }
+
+    /// Empties the rows and takes room for `lines` of them. NoMemory names the array.
+    Status Begin(const Memory& memory, const FitList& list, std::int64_t lines);
+
+    /// Moves row `from` to the end of the accepted rows, `misfit` being its obs - calc.
+    void Accept(std::int64_t from, double misfit);
 };
 
-/// Room for `num` rows of the constants of `list`. 0 with the message of the array refused.
-int AllocRows(FitRows& rows, const FitList& list, std::int64_t num);
+/// Derivatives of a line of `room` with respect to the slots of the list, row[1..list.num].
+/// `within_lower`: both levels belong to the lower state, so that the derivatives of its constants
+/// are those of both levels together.
+class DerivativeMap {
+  public:
+    DerivativeMap(const RowSource& source, const PassRoom& room, bool within_lower);
 
-/// Appends the matched lines of the pass just made. `ground`: both levels of a line belong to the
-/// ground state, so that the derivatives of its constants are those of both levels together.
-void GatherLines(FitRows& rows, const FitList& list, bool ground);
+    void Fill(std::size_t line, double* row) const;
 
-/// Uncertainty of assignment `asn`: 1 when uncertainties are uniform.
-double AsnSigma(std::int32_t asn);
+  private:
+    // Where the derivatives of a slot stand in the record of a line: the sum of one or two entries.
+    struct Place {
+        int first = -1;
+        int second = -1;
+        bool origin = false;
+    };
+    void MapWithinLower();
+    void MapBetweenStates(FitData data);
 
-/// True when a misfit obs - calc reaches the rejection level.
-bool IsOutlier(double misfit);
+    const FitList& list_;
+    const PassRoom& room_;
+    Place place_[kMaxFitConstants + 1];
+};
 
-/// Moves row `from` to the end of the accepted rows, `misfit` being its obs - calc.
-void AcceptRow(FitRows& rows, std::int64_t from, double misfit);
+/// Appends the matched lines of the pass just made.
+void GatherLines(const RowSource& source, const PassRoom& room, bool within_lower, FitRows& rows);
 
-/// Accepts the lines gathered and lists those whose misfit reaches the rejection level.
-void SelectLines(FitRows& rows);
+/// Accepts the lines gathered and tells those whose misfit reaches the rejection level.
+/// `one_state`: all lines count as lines within the lower state.
+void SelectLines(const RowSource& source, bool one_state, Trace* trace, FitRows& rows);
+
+}  // namespace kiv

@@ -4,15 +4,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <filesystem>
+#include "support/ConsoleTest.h"
 
-#include "faults/FaultTest.h"
-
+namespace kiv {
 namespace {
 
-namespace fs = std::filesystem;
-
-class BrokenOff : public FaultTest, public testing::WithParamInterface<RunKind> {
+class BrokenOff : public ConsoleTest, public testing::WithParamInterface<RunKind> {
   protected:
     // Runs `kind` and sends it `sig` when it is about to make its system call number `number`.
     // False when it made fewer.
@@ -46,8 +43,30 @@ class BrokenOff : public FaultTest, public testing::WithParamInterface<RunKind> 
         return sent;
     }
 
+    // Ends the run at each of its calls; counts those that ended by their signal.
+    static void EndAtEveryCall(const RunKind& kind, std::vector<int> signals,
+                               std::initializer_list<const char*> spare, int& calls, int& ended) {
+        const Files after = Whole(kind);
+        Prepare(kind);
+        const Files before = Results();
+        int status = 0;
+        for (calls = ended = 0;; ++calls) {
+            const int sig = signals[static_cast<std::size_t>(calls) % signals.size()];
+            Prepare(kind);
+            if (!EndAtCall(kind, calls + 1, sig, status)) break;
+            if (WIFSIGNALED(status)) {
+                ++ended;
+                EXPECT_EQ(WTERMSIG(status), sig);
+            }
+            ExpectWhole(before, after, spare);
+            ASSERT_FALSE(HasFailure()) << "system call " << calls + 1;
+        }
+        EXPECT_TRUE(Results() == after) << "the last run was not ended";
+        EXPECT_GT(calls, 40);
+    }
+
     void SetUp() override {
-        FaultTest::SetUp();
+        ConsoleTest::SetUp();
         const pid_t child = fork();
         if (child == 0) _exit(ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0 ? 0 : 1);
         int status = 0;
@@ -59,47 +78,22 @@ class BrokenOff : public FaultTest, public testing::WithParamInterface<RunKind> 
 // A crash at any moment, the power failing included, leaves every file as it was or whole: the
 // input file that the run replaces, the assignment file that is converted, earlier results.
 TEST_P(BrokenOff, CrashLeavesEveryFileWhole) {
-    const RunKind& kind = GetParam();
-    const Files after = Whole(kind);
-    Prepare(kind);
-    const Files before = Results();
-    int number = 1, status = 0;
-    for (;; ++number) {
-        Prepare(kind);
-        if (!EndAtCall(kind, number, SIGKILL, status)) break;
-        ASSERT_TRUE(WIFSIGNALED(status));
-        ExpectWhole(before, after, {".tmp", "TEMP.TMP"});
-        ASSERT_FALSE(HasFailure()) << "system call " << number;
-    }
-    EXPECT_EQ(Changes(after), "") << "the last run was not ended";
-    EXPECT_GT(number, 40);
-    RecordProperty("calls", number - 1);
+    int calls = 0, ended = 0;
+    EndAtEveryCall(GetParam(), {SIGKILL}, {".tmp", "TEMP.TMP"}, calls, ended);
+    EXPECT_EQ(ended, calls);
 }
 
-// A request to end is followed at once, and no temporary file stays.
+// A request to end is followed at once, unless it comes at the very end, and no temporary file
+// stays.
 TEST_P(BrokenOff, SignalLeavesNoTemporaryFile) {
-    const RunKind& kind = GetParam();
-    const Files after = Whole(kind);
-    Prepare(kind);
-    const Files before = Results();
-    int number = 1, status = 0, ended = 0;
-    for (;; ++number) {
-        const int sig = number % 2 == 0 ? SIGINT : SIGTERM;
-        Prepare(kind);
-        if (!EndAtCall(kind, number, sig, status)) break;
-        if (WIFSIGNALED(status)) {  // a signal at the very end comes too late
-            ++ended;
-            EXPECT_EQ(WTERMSIG(status), sig);
-        }
-        ExpectWhole(before, after);
-        ASSERT_FALSE(HasFailure()) << "system call " << number;
-    }
-    EXPECT_GT(ended, number * 9 / 10);
-    RecordProperty("calls", number - 1);
+    int calls = 0, ended = 0;
+    EndAtEveryCall(GetParam(), {SIGTERM, SIGINT, SIGHUP}, {}, calls, ended);
+    EXPECT_GT(ended, calls * 9 / 10);
 }
 
 INSTANTIATE_TEST_SUITE_P(, BrokenOff,
-                         testing::Values(FaultTest::KindOf("fit"), FaultTest::KindOf("old")),
-                         [](const auto& c) { return std::string(c.param.Name); });
+                         testing::Values(ConsoleTest::KindOf("fit"), ConsoleTest::KindOf("old")),
+                         KindName);
 
 }  // namespace
+}  // namespace kiv

@@ -7,22 +7,14 @@
 
 #include <filesystem>
 
-#include "faults/FaultTest.h"
-#include "run/KivServices.h"
+#include "support/ConsoleTest.h"
 
+namespace kiv {
 namespace {
 
 namespace fs = std::filesystem;
 
-class FullDisk : public FaultTest, public testing::WithParamInterface<RunKind> {
-  protected:
-    static std::string Told(const Ended& ended) { return ended.Console + ReadText("run.log"); }
-
-    static bool Names(const std::string& told, const std::string& name) {
-        return told.find("FAILED TO CREATE") != std::string::npos &&
-               told.find(name) != std::string::npos;
-    }
-};
+class FullDisk : public ConsoleTest, public testing::WithParamInterface<RunKind> {};
 
 // No file may grow beyond a limit, as on a full disk or by a quota. Whatever the limit, the run
 // ends by itself, names the file that failed, and leaves every file as it was or whole.
@@ -31,99 +23,71 @@ TEST_P(FullDisk, EndsTheRunWithTheNameOfTheFile) {
     const Files after = Whole(kind);
     Prepare(kind);
     const Files before = Results();
-    std::size_t largest = ReadText("run.log").size();
+    std::size_t largest = ReadText("input.log").size();
     for (const auto& [name, text] : after) largest = std::max(largest, text.size());
     int failed = 0;
-    const std::size_t steps = kind.Name == std::string("scan") ? 12 : 60;
+    const std::size_t steps = kind.name == "scan" ? 12 : 60;
     for (std::size_t limit = 0; limit <= largest; limit += 1 + largest / steps) {
         Prepare(kind);
         const Ended ended = RunApart(kind, [limit] {
             const rlimit small = {limit, limit};
             setrlimit(RLIMIT_FSIZE, &small);
         });
-        ASSERT_TRUE(WIFEXITED(ended.Status)) << limit;
+        ASSERT_TRUE(WIFEXITED(ended.status)) << limit;
         ExpectWhole(before, after, {"KivScan.txt", "TEMP.TMP"});
-        EXPECT_FALSE(fs::exists("run.in.tmp") || fs::exists("run.QZS.tmp"));
-        if (Changes(after).empty()) continue;
+        if (Results() == after) continue;
         ++failed;
-        const bool refused = ended.Console.find("ERROR ON INPUT FILE") != std::string::npos;
-        EXPECT_TRUE(refused || Told(ended).find("FAILED TO CREATE") != std::string::npos)
-            << limit << "\n"
-            << Told(ended);
+        const std::string told = ended.console + ReadText("input.log");
+        EXPECT_TRUE(Has(told, "ERROR ON INPUT FILE") || Has(told, "FAILED TO CREATE")) << told;
         ASSERT_FALSE(HasFailure()) << "limit " << limit;
     }
     EXPECT_GT(failed, 3);
-    RecordProperty("full_disks", failed);
 }
 
-INSTANTIATE_TEST_SUITE_P(, FullDisk, testing::ValuesIn(FaultTest::AllKinds()),
-                         [](const auto& c) { return std::string(c.param.Name); });
+INSTANTIATE_TEST_SUITE_P(, FullDisk, testing::ValuesIn(ConsoleTest::AllKinds()), KindName);
 
-// The log is the least of the results.
-TEST_F(FullDisk, OfTheLogCostsNothingElse) {
-    const RunKind kind = KindOf("fit");
-    const Files after = Whole(kind);
-    Prepare(kind);
-    fs::remove("run.log");
-    fs::create_symlink("/dev/full", "run.log");
-    std::string console;
-    EXPECT_EQ(RunHere(kind, console), 0);
-    EXPECT_TRUE(Waits().empty());
-    EXPECT_TRUE(
-        console.ends_with("PHASE    X - PROGRAM TERMINATION\n"
-                          "FAILED TO CREATE ASCII LOG FILE run.log FOR WRITING!\n"))
-        << console;
-    fs::remove("run.log");
-    EXPECT_EQ(Changes(after), "");
-
-    RunKind debug = kind;
-    debug.Input.Debug = "0 0 1 0 0 0";
-    const Files debugged = Whole(debug);
-    Prepare(debug);
-    fs::create_symlink("/dev/full", "Kiv95_Debug.log");
-    EXPECT_EQ(RunHere(debug, console), 0);
-    EXPECT_TRUE(
-        console.ends_with("FAILED TO CREATE ASCII DEBUG FILE Kiv95_Debug.log FOR WRITING!"));
-    fs::remove("Kiv95_Debug.log");
-    EXPECT_EQ(Changes(debugged), "");
-}
-
-TEST_F(FullDisk, OfTheScanTableStopsTheScan) {
-    const RunKind kind = KindOf("scan");
-    Prepare(kind);
-    const Files before = Results();
-    fs::create_symlink("/dev/full", "KivScan.txt");
-    std::string console;
-    EXPECT_EQ(RunHere(kind, console), 0);
-    EXPECT_EQ(Waits(), std::vector<int>{3});
-    EXPECT_NE(console.find("FAILED TO CREATE ASCII FILE [KivScan.txt] FOR WRITING!\n"),
-              std::string::npos);
-    fs::remove("KivScan.txt");
-    EXPECT_EQ(Changes(before), "");
+// Each in turn as a full device: the log is the least of the results, all others end the run.
+TEST_F(FullDisk, NamesTheFullDevice) {
+    const std::string to_write = " FOR WRITING!";
+    struct {
+        const char *kind, *debug, *device, *message;
+        bool is_whole;
+    } const cases[] = {
+        {"fit", "0 0 0 0 0 0", "input.log", "FAILED TO CREATE ASCII LOG FILE input.log", true},
+        {"fit", "0 0 1 0 0 0", "Kiv95_Debug.log",
+         "FAILED TO CREATE ASCII DEBUG FILE Kiv95_Debug.log", true},
+        {"scan", "0 0 0 0 0 0", "KivScan.txt", "FAILED TO CREATE ASCII FILE [KivScan.txt]", false},
+    };
+    for (const auto& c : cases) {
+        RunKind kind = KindOf(c.kind);
+        const std::string none = "\n  0          0          0          0          0          0\n";
+        kind.input = With(kind.input, {{none, "\n" + std::string(c.debug) + "\n"}});
+        const Files after = Whole(kind);
+        Prepare(kind);
+        const Files before = Results();
+        fs::create_symlink("/dev/full", c.device);
+        const Ran ran = RunFile();
+        EXPECT_EQ(ran.status, 0);
+        EXPECT_EQ(ran.pauses, c.is_whole ? std::vector<int>{} : std::vector<int>{3});
+        EXPECT_TRUE(Has(ran.console, c.message + to_write)) << ran.console;
+        fs::remove(c.device);
+        EXPECT_TRUE(Results() == (c.is_whole ? after : before));
+    }
 }
 
 TEST_F(FullDisk, FoldersInTheWayAreNamed) {
     const RunKind kind = KindOf("real");
-    for (const char* name : {"run.log", "run.QZS", "run.asc"}) {
+    for (const std::string name : {"input.log", "input.QZS", "input.asc", "lines.asn"}) {
         Prepare(kind);
         fs::remove(name);
         fs::create_directory(name);
-        std::string console;
-        EXPECT_EQ(RunHere(kind, console), 0);
-        EXPECT_TRUE(
-            Names(console + (fs::is_regular_file("run.log") ? ReadText("run.log") : ""), name))
-            << name;
-        EXPECT_TRUE(fs::is_directory(name));
+        const Ran ran = RunFile();
+        const std::string told = ran.console + FilesIn(".")["input.log"];
+        EXPECT_TRUE(Has(told, name == "lines.asn" ? "[lines.asn] EXISTS BUT ZERO LINES ACCEPTED!"
+                                                  : "FAILED TO CREATE"))
+            << told;
+        EXPECT_TRUE(Has(told, name) && fs::is_directory(name)) << told;
     }
-    Prepare(kind);
-    fs::create_directory("lines");
-    RunKind folder = kind;
-    folder.Input.Names = "run lines next.in";
-    WriteText("run.in", folder.Input.Text());
-    std::string console;
-    EXPECT_EQ(RunHere(folder, console), 0);
-    EXPECT_NE(ReadText("run.log").find("[lines] EXISTS BUT ZERO LINES ACCEPTED!"),
-              std::string::npos);
 }
 
 // As a user without rights in the folder: nothing is written, everything is told.
@@ -137,11 +101,12 @@ TEST_F(FullDisk, ReadOnlyFolderKeepsWhatItHolds) {
         if (geteuid() == 0 && setuid(65534) != 0) _exit(99);
     });
     fs::permissions(".", fs::perms(0755));
-    EXPECT_TRUE(WIFEXITED(ended.Status));
-    EXPECT_EQ(WEXITSTATUS(ended.Status), 0);
-    EXPECT_TRUE(Names(ended.Console, "run.log")) << ended.Console;
-    EXPECT_TRUE(Names(ended.Console, "[run.QZS]")) << ended.Console;
-    EXPECT_EQ(Changes(before), "");
+    EXPECT_TRUE(WIFEXITED(ended.status) && WEXITSTATUS(ended.status) == 0);
+    for (const char* file : {"LOG FILE input.log FOR", "[input.QZS] FOR"}) {
+        EXPECT_TRUE(Has(ended.console, file)) << ended.console;
+    }
+    EXPECT_TRUE(Results() == before);
 }
 
 }  // namespace
+}  // namespace kiv

@@ -1,158 +1,163 @@
-// The program itself, as a process: its streams, its surroundings, the end of large runs.
-#include <fcntl.h>
+// The program itself, as a process: its arguments, its streams, its surroundings, its end.
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <thread>
 
-#include "faults/FaultTest.h"
+#include "kiv/files.h"
+#include "support/ConsoleTest.h"
 
-extern char** environ;
-
+namespace kiv {
 namespace {
 
 namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
 
-class Process : public FaultTest {
+class Process : public ConsoleTest {
   protected:
-    // Starts the program on `input` with no console.
-    static pid_t Start(const std::string& input) {
-        pid_t child = -1;
-        char name[] = "kiv";
-        std::string copy = input;
-        char* argv[] = {name, copy.data(), nullptr};
-        posix_spawn_file_actions_t files;
-        posix_spawn_file_actions_init(&files);
-        posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-        if (posix_spawn(&child, KIV_PROGRAM, &files, nullptr, argv, environ) != 0) child = -1;
-        posix_spawn_file_actions_destroy(&files);
-        return child;
-    }
-
-    static int WaitFor(pid_t child) {
-        int status = -1;
-        waitpid(child, &status, 0);
-        return status;
+    // Exit status of a shell with these commands, in which $kiv is the program.
+    static int Shell(const std::string& commands) {
+        const int status = std::system(("kiv='" KIV_PROGRAM "'; " + commands).c_str());
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 };
+
+TEST_F(Process, Arguments) {
+    WriteText("input.in", InputText());
+    const auto start = Clock::now();
+    Shell(
+        "{ $kiv; echo $?; } > usage & { $kiv --help x; echo $?; } > none & $kiv --help > help; "
+        "$kiv -h > h; $kiv --version > version; $kiv input.in further words > run; wait");
+    EXPECT_GE(Clock::now() - start, std::chrono::seconds(5)) << "so that it can be read";
+    EXPECT_EQ(ReadText("usage"), "USAGE: Kiv95.exe 'INPUT FILENAME (*.in)' : ABORTED!\n0\n");
+    EXPECT_EQ(ReadText("none"),
+              "FAILED TO OPEN KIV INPUT FILE [--help] FOR READING!\n"
+              "ERROR ON INPUT FILE [--help]!\n1\n");
+    EXPECT_TRUE(ReadText("help").starts_with("Usage: kiv INPUT-FILE\n"));
+    EXPECT_EQ(ReadText("h"), ReadText("help"));
+    EXPECT_EQ(ReadText("version"), "kiv " + std::string(kInputVersion) + "\n");
+    EXPECT_TRUE(ReadText("run").ends_with("PHASE    X - PROGRAM TERMINATION\n"));
+}
+
+TEST_F(Process, AnswersComeFromStandardInput) {
+    const RunKind kind = KindOf("old");
+    const Files after = Whole(kind);
+    Prepare(kind);
+    EXPECT_EQ(Shell("echo '" + kind.answers + "' | $kiv input.in > /dev/null"), 0);
+    EXPECT_TRUE(Results() == after);
+}
 
 // What a console does cannot cost a run its results.
 TEST_F(Process, ResultsDoNotDependOnTheConsole) {
     const RunKind kind = KindOf("fit");
     const Files after = Whole(kind);
-    const std::function<void()> starts[] = {
-        [] { close(STDOUT_FILENO); },
-        [] {
-            for (int fd : {0, 1, 2}) close(fd);
-        },
-        [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); },
-        [] {
-            int ends[2];
-            if (pipe(ends) != 0) _exit(99);
-            dup2(ends[1], STDOUT_FILENO);
-            close(ends[0]);
-            signal(SIGPIPE, SIG_DFL);
-        }};
-    for (const auto& start : starts) {
+    for (const char* run : {"$kiv input.in >&-", "$kiv input.in <&- >&- 2>&-",
+                            "$kiv input.in > /dev/full", "{ sleep 0.1; $kiv input.in; } | true"}) {
         Prepare(kind);
-        const Ended ended = RunApart(kind, start);
-        ASSERT_TRUE(WIFEXITED(ended.Status));
-        EXPECT_EQ(WEXITSTATUS(ended.Status), 0);
-        EXPECT_EQ(Changes(after), "");
-        EXPECT_NE(ReadText("run.log").find("PHASE 0"), std::string::npos);
-        EXPECT_EQ(ReadText("run.log").find("PHASE    0"), std::string::npos) << "console in log";
+        EXPECT_EQ(Shell(run), 0);
+        EXPECT_TRUE(Results() == after) << run;
+        EXPECT_TRUE(Has(ReadText("input.log"), "PHASE 0"));
+        EXPECT_FALSE(Has(ReadText("input.log"), "PHASE    0")) << "console in log";
     }
 }
 
-// A decimal comma in the user's settings, a foreign alphabet and blanks in a path.
-TEST_F(Process, SurroundingsDoNotChangeTheResults) {
-    const RunKind kind = KindOf("fit");
-    const Files after = Whole(kind);
-    Prepare(kind);
-    const std::string folder = "s\xC3\xBC\xC3\x9F \xE2\x84\xAB  name";
-    fs::create_directory(folder);
-    fs::rename("run.in", folder + "/in put.in");
-    ASSERT_EQ(setenv("LC_ALL", "de_DE.UTF-8", 1), 0);
-    const int status = WaitFor(Start(folder + "/in put.in"));
-    unsetenv("LC_ALL");
-    EXPECT_EQ(status, 0);
-    fs::remove_all(folder);
-    EXPECT_EQ(Changes(after), "");
-}
-
-// Names as long as a file system takes them, in a path longer than any of them.
-TEST_F(Process, LongNamesAreNotCut) {
-    RunKind kind = KindOf("real");
-    const std::string base(199, 'b'), lines = std::string(195, 'a') + ".asn";
-    kind.Input.Names = base + " " + lines + " n";
-    Prepare(kind);
-    const std::string folder = std::string(200, 'f') + "/" + std::string(200, 'g');
-    fs::create_directories(folder);
-    WriteText(folder + "/run.in", kind.Input.Text());
-    EXPECT_EQ(WaitFor(Start(folder + "/run.in")), 0);
-    for (const char* end : {".log", ".QZS", ".asc", ".in"}) {
-        EXPECT_TRUE(fs::exists(base + end)) << end;
-    }
-}
-
-TEST_F(Process, RunsInSeparateFoldersDoNotTouchEachOther) {
+// A decimal comma in the user's settings, a foreign alphabet and blanks in a path, another run.
+TEST_F(Process, ResultsDoNotDependOnSurroundings) {
     const RunKind kind = KindOf("scan");
     const Files after = Whole(kind);
     Prepare(kind);
     const Files before = Results();
-    pid_t children[2];
-    for (int i = 0; i < 2; ++i) {
-        const fs::path folder = i == 0 ? "one" : "two";
+    const std::string folders[] = {"one", "s\xC3\xBC\xC3\x9F \xE2\x84\xAB  name"};
+    for (const fs::path folder : folders) {
         fs::create_directory(folder);
         for (const auto& [name, text] : before) WriteText(folder / name, text);
-        fs::current_path(folder);
-        children[i] = Start("run.in");
-        fs::current_path("..");
     }
-    for (int i = 0; i < 2; ++i) EXPECT_EQ(WaitFor(children[i]), 0);
-    for (const fs::path folder : {"one", "two"}) {
-        for (const auto& [name, text] : after) {
-            EXPECT_TRUE(ReadText(folder / name) == text) << folder << name;
-        }
+    fs::rename("input.in", "in put.in");
+    EXPECT_EQ(Shell("for folder in one s*e; do (cd \"$folder\" && LC_ALL=de_DE.UTF-8 $kiv "
+                    "'../in put.in' > /dev/null) & done; wait"),
+              0);
+    for (const std::string& folder : folders) EXPECT_TRUE(Results(folder) == after) << folder;
+}
+
+// Names as long as a file system takes them, in a path longer than any of them.
+TEST_F(Process, LongNamesAreNotCut) {
+    const std::string base(199, 'b'), lines = std::string(195, 'a') + ".asn";
+    const std::string folder = std::string(200, 'f') + "/" + std::string(200, 'g');
+    fs::create_directories(folder);
+    WriteText(folder + "/run.in", InputText({{"OUT BASE", base + " " + lines + " n"}}));
+    WriteText(lines, KindOf("fit").lines);
+    EXPECT_EQ(Shell("$kiv f*/g*/run.in > /dev/null"), 0);
+    for (const char* end : {".log", ".QZS", ".asc", ".in"}) EXPECT_TRUE(fs::exists(base + end));
+    EXPECT_TRUE(Has(ReadText(base + ".log"), "NUMBER OF ASSIGNED LINES          = 12\n"));
+}
+
+// One run in the same process as others, those that fail included, is what it is alone.
+TEST_F(Process, RunsOneAfterTheOtherDoNotTouchEachOther) {
+    std::vector<RunKind> kinds = AllKinds();
+    std::erase_if(kinds, [](const RunKind& kind) { return kind.name == "scan"; });
+    kinds.push_back({"no lines", InputText({{"MAX J", "0 2 0.0"}}), "", ""});
+    kinds.push_back({"no unit", InputText({{"TEMPERATURES", "0 0 0 GHz"}}), "", ""});
+    const RunKind fit = KindOf("fit");
+    kinds.push_back({"no data", With(fit.input, {{"\n1 1\n", "\n7 1\n"}}), fit.lines, ""});
+    std::vector<std::pair<std::string, Files>> alone;
+    for (const RunKind& kind : kinds) {
+        Prepare(kind);
+        const Ended ended = RunApart(kind);
+        alone.emplace_back(ended.console, FilesIn("."));
+    }
+    for (std::size_t i = 0; i < 2 * kinds.size(); ++i) {  // and once more in the other order
+        const std::size_t k = std::min(i, 2 * kinds.size() - 1 - i);
+        Prepare(kinds[k]);
+        EXPECT_EQ(RunFile("input.in", kinds[k].answers).console, alone[k].first);
+        EXPECT_TRUE(FilesIn(".") == alone[k].second) << kinds[k].name;
+    }
+}
+
+// A run of 560,000 lines where addresses are few, and where they are too few.
+TEST_F(Process, LargeRunNeedsFewAddresses) {
+    if (Shell("ulimit -v 65536; $kiv --version > out 2>&1") != 0) GTEST_SKIP() << "not enough";
+    for (const int kilobytes : {65536, 30720}) {
+        WriteText("input.in", InputText({{"MAX J", "100 2 0.0"}}));
+        EXPECT_EQ(Shell("ulimit -v " + std::to_string(kilobytes) + "; $kiv input.in > out"), 0);
+        const std::string told = ReadText("out") + ReadText("input.log");
+        EXPECT_EQ(Has(told, " - CORE ALLOCATION ERROR!\n"), kilobytes == 30720) << told;
+        EXPECT_EQ(fs::remove("input.QZS"), kilobytes == 65536);
     }
 }
 
 // A run of many lines, told to end at several moments, among them while it writes its line set.
 TEST_F(Process, LargeRunEndsPromptly) {
-    using Clock = std::chrono::steady_clock;
     RunKind kind = KindOf("real");
-    kind.Input.Range = "45 90 0.0";  // 300,000 lines
+    kind.input = InputText({{"MAX J", "45 90 0.0"}});  // 300,000 lines
     Prepare(kind);
     const Files before = Results();
     int ended = 0;
-    for (int delay : {0, 5, 50, 200, -1, -1}) {  // ms; -1: until the line set is being written
-        for (int sig : {SIGINT, SIGTERM}) {
+    for (const int delay : {0, 5, 50, 200, -1, -1}) {  // ms; -1: until the line set is written
+        for (const int sig : {SIGINT, SIGTERM}) {
             Prepare(kind);
-            const pid_t child = Start("run.in");
-            ASSERT_GT(child, 0);
-            if (delay >= 0) std::this_thread::sleep_for(std::chrono::milliseconds(delay));
+            const pid_t child = fork();
+            if (child == 0) _exit(std::freopen("/dev/null", "w", stdout) ? RunAsProgram(kind) : 99);
+            if (delay >= 0) usleep(static_cast<useconds_t>(1000 * delay));
             const auto give_up = Clock::now() + std::chrono::seconds(60);
-            while (delay < 0 && Changes(before).empty() && Clock::now() < give_up) usleep(100);
+            while (delay < 0 && Results() == before && Clock::now() < give_up) usleep(100);
             const auto told = Clock::now();
+            int status = 0;
             kill(child, sig);
-            const int status = WaitFor(child);
+            waitpid(child, &status, 0);
             EXPECT_LT(Clock::now() - told, std::chrono::seconds(2));
             if (!WIFSIGNALED(status)) continue;  // it was faster
             ++ended;
-            EXPECT_EQ(WTERMSIG(status), sig);
-            EXPECT_FALSE(fs::exists("run.QZS.tmp") || fs::exists("run.asc.tmp")) << delay;
+            EXPECT_FALSE(fs::exists("input.QZS.tmp") || fs::exists("input.asc.tmp")) << delay;
             // as it was or, at the very end of a run, the whole next input
-            const std::string input = ReadText("run.in");
-            const std::string rule(80, '#');
-            EXPECT_TRUE(input == kind.Input.Text() || input.ends_with(rule + "\n")) << delay;
+            const std::string input = ReadText("input.in");
+            EXPECT_TRUE(input == kind.input || input.ends_with(std::string(80, '#') + "\n"));
         }
     }
     EXPECT_GE(ended, 2);
 }
 
 }  // namespace
+}  // namespace kiv

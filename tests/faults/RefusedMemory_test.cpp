@@ -1,59 +1,56 @@
-// Memory that is refused, request by request, through whole runs; and runs that are too large.
-#include <algorithm>
+// Memory that is refused, request by request, through whole runs.
 #include <cstdlib>
 #include <new>
+#include <set>
+#include <sstream>
 
-#include "faults/FaultTest.h"
-#include "run/KivArray.h"
-#include "run/KivRecord.h"
-#include "run/KivRun.h"
-#include "run/KivServices.h"
+#include "console/Run.h"
+#include "support/ConsoleTest.h"
 
 namespace {
 
-long News_Left = -1;  // requests of the standard library granted; negative: all
+long news_left = -1;  // requests of the standard library granted; negative: all
 
-void* TakeNew(std::size_t size) {
-    if (News_Left == 0) throw std::bad_alloc();
-    if (News_Left > 0) --News_Left;
-    void* const block = std::malloc(size > 0 ? size : 1);
+// Out of line, so that g++ does not take operator new for malloc and warns of free.
+[[gnu::noinline]] void* TakeNew(std::size_t size) {
+    void* const block = news_left == 0 ? nullptr : std::malloc(size > 0 ? size : 1);
     if (!block) throw std::bad_alloc();
+    if (news_left > 0) --news_left;
     return block;
 }
+[[gnu::noinline]] void GiveBack(void* block) { std::free(block); }
 
 }  // namespace
 
 void* operator new(std::size_t size) { return TakeNew(size); }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+void operator delete(void* block) noexcept { GiveBack(block); }
+void operator delete(void* block, std::size_t) noexcept { GiveBack(block); }
 
+namespace kiv {
 namespace {
 
-class RefusedMemory : public FaultTest, public testing::WithParamInterface<RunKind> {
+class RefusedMemory : public ConsoleTest, public testing::WithParamInterface<RunKind> {
   protected:
-    // A routine and an array, or what an input file says that cannot be read.
-    static bool HasMessage(const std::string& console) {
-        const std::string all = console + ReadText("run.log");
-        return all.find(" - CORE ALLOCATION ERROR!\n") != std::string::npos ||
-               all.find("FAILED TO OPEN KIV INPUT FILE [run.in] FOR READING!\n") !=
-                   std::string::npos;
+    // The routine and array of the message, or of an input file that cannot be read.
+    static std::string RefusedIn(const std::string& told) {
+        const std::size_t end = told.find(" - CORE ALLOCATION ERROR!\n");
+        if (end == std::string::npos) {
+            return Has(told, "FAILED TO OPEN KIV INPUT FILE [input.in] FOR READING!\n") ? "input"
+                                                                                        : "";
+        }
+        const std::size_t line = told.find_last_of("?\n", end) + 1;  // or behind a question
+        return told.substr(line, end - line);
     }
 
-    // The countdown is on only inside the program.
-    static int RunWithFewNews(long granted, std::string& console) {
-        char name[] = "kiv", input[] = "run.in";
-        char* argv[] = {name, input, nullptr};
-        Services.AskChar = [] { return int{'y'}; };
-        Services.AskNumber = [](double& value) {
-            value = 10.0;
-            return true;
-        };
-        testing::internal::CaptureStdout();
-        News_Left = granted;
-        const int status = KivMain(2, argv);
-        News_Left = -1;
-        console = testing::internal::GetCapturedStdout();
-        return status;
+    // Those of tests/data/console/refusals.txt that a kind names: "routine()/array: kinds", or all.
+    static std::set<std::string> ArraysOf(const std::string& kind) {
+        std::set<std::string> arrays;
+        std::istringstream text(ReadText(KIV_TEST_DATA "/console/refusals.txt"));
+        for (std::string line; std::getline(text, line);) {
+            if (Has(line + " ", " " + kind + " ") || Has(line, ": all"))
+                arrays.insert(line.substr(0, line.find(": ")));
+        }
+        return arrays;
     }
 };
 
@@ -64,120 +61,58 @@ TEST_P(RefusedMemory, EndsTheRunInOrder) {
     const Files after = Whole(kind);
     Prepare(kind);
     const Files before = Results();
-    const bool is_scan = kind.Name == std::string("scan");
-    long refused = 0, sweeps = 0;
-    for (;; refused += is_scan && refused > 150 ? 1777 : 1, ++sweeps) {
-        ASSERT_LT(refused, 1000000);
+    const bool is_scan = kind.name == "scan";
+    std::set<std::string> arrays;
+    for (long granted = 0;; granted += is_scan && granted > 150 ? 1777 : 1) {
+        ASSERT_LT(granted, 1000000);
         Prepare(kind);
-        std::string console;
-        ArrRefuse(refused);
-        const int status = RunHere(kind, console);
-        ArrRefuse(-1);
-        EXPECT_EQ(ArrHeld(), 0) << refused;
-        EXPECT_EQ(Kiv.Log_Fp, nullptr);
+        Memory memory;
+        memory.RefuseAfter(granted);
+        const Ran ran = RunFile("input.in", kind.answers, memory);
+        EXPECT_EQ(memory.held(), 0) << granted;
         ExpectWhole(before, after, {"KivScan.txt"});
-        if (!HasMessage(console) && Waits().empty()) break;
-        EXPECT_TRUE(HasMessage(console)) << console;
-        EXPECT_EQ(Waits().size(), 1u);
-        EXPECT_EQ(status, console.find("ERROR ON INPUT FILE") != std::string::npos ? 1 : 0);
-        ASSERT_FALSE(HasFailure()) << "request " << refused;
+        const std::string array = RefusedIn(ran.console + ReadText("input.log"));
+        if (array.empty() && ran.pauses.empty()) break;
+        arrays.insert(array);
+        EXPECT_EQ(ran.pauses.size(), 1u);
+        EXPECT_EQ(ran.status, Has(ran.console, "ERROR ON INPUT FILE") ? 1 : 0);
+        ASSERT_FALSE(HasFailure()) << "request " << granted;
     }
-    EXPECT_GT(sweeps, 40);
-    RecordProperty("refused", static_cast<int>(sweeps));
+    const std::set<std::string> all = ArraysOf(is_scan ? "fit" : kind.name);
+    if (is_scan) arrays.insert(all.begin(), all.end());
+    EXPECT_EQ(arrays, all);
 }
 
-// The standard library reports by an exception; it may not leave the program.
-TEST_P(RefusedMemory, OfNamesEndsTheRunInOrder) {
+// The standard library reports by an exception; it may not leave the run.
+TEST_P(RefusedMemory, OfTheStandardLibraryEndsTheRunInOrder) {
     const RunKind& kind = GetParam();
-    if (kind.Name == std::string("scan")) GTEST_SKIP() << "asks for what a fit asks for";
+    if (kind.name == "scan") GTEST_SKIP() << "asks for what a fit asks for";
     const Files after = Whole(kind);
     Prepare(kind);
     const Files before = Results();
-    long refused = 0;
-    for (;; ++refused) {
-        ASSERT_LT(refused, 1000);
+    long granted = 0;
+    for (;; ++granted) {
+        ASSERT_LT(granted, 100000);
         Prepare(kind);
-        Kiv = KivRecord{};
-        Waits().clear();
-        Waits().reserve(8);  // noting a pause takes no memory then
-        std::string console;
-        const int status = RunWithFewNews(refused, console);
+        const Memory memory;
+        const Surroundings surroundings = Watched(kind.answers);
+        const std::string name = "input.in";
+        testing::internal::CaptureStdout();
+        news_left = granted;  // only inside the run
+        const int status = RunInputFile(name, surroundings, memory);
+        news_left = -1;
+        const std::string console = testing::internal::GetCapturedStdout();
         ExpectWhole(before, after, {"TEMP.TMP"});
-        EXPECT_EQ(ArrHeld(), 0) << refused;
-        if (Waits().empty()) break;
+        EXPECT_EQ(memory.held(), 0) << granted;
+        if (Pauses().empty()) break;
         EXPECT_EQ(status, 0);
-        EXPECT_NE(console.find("KivMain()/name - CORE ALLOCATION ERROR!\n"), std::string::npos);
-        ASSERT_FALSE(HasFailure()) << "request " << refused;
+        EXPECT_NE(RefusedIn(console + ReadText("input.log")), "") << console;
+        ASSERT_FALSE(HasFailure()) << "request " << granted;
     }
-    EXPECT_GT(refused, 2);
-    RecordProperty("refused", static_cast<int>(refused));
+    EXPECT_GT(granted, 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(, RefusedMemory, testing::ValuesIn(FaultTest::AllKinds()),
-                         [](const auto& c) { return std::string(c.param.Name); });
-
-class LargeRun : public FaultTest {};
-
-// Systems promise memory they do not have: the sum counts, not the single request.
-TEST_F(LargeRun, IsRefusedBeforeTheMachineIsFull) {
-    RunKind kind = KindOf("complex");
-    kind.Input.Range = "100 2 0.0";  // vectors of 4 x 11 MB
-    Prepare(kind);
-    const Files before = Results();
-    ArrLimit(std::int64_t{40} << 20);
-    std::string console;
-    EXPECT_EQ(RunHere(kind, console), 0);
-    ArrLimit(-1);
-    EXPECT_EQ(Waits(), std::vector<int>{3});
-    EXPECT_NE(console.find("KivCoreAlloc()/HamErgImag_Vector - CORE ALLOCATION ERROR!\n"),
-              std::string::npos)
-        << console;
-    ExpectWhole(before, {});
-    EXPECT_EQ(ArrHeld(), 0);
-}
-
-TEST_F(LargeRun, BeyondEveryMachineIsRefusedAtOnce) {
-    for (const char* range : {"20000 2 0.0", "40000 2 0.0", "46340 2 0.0", "2147483647 2 0.0"}) {
-        RunKind kind = KindOf("real");
-        kind.Input.Range = range;
-        kind.Asn = "";
-        Prepare(kind);
-        std::string console;
-        EXPECT_EQ(RunHere(kind, console), 0);
-        EXPECT_NE(console.find("KivCoreAlloc()/"), std::string::npos) << console;
-        EXPECT_NE(console.find(" - CORE ALLOCATION ERROR!\n"), std::string::npos) << console;
-    }
-}
-
-TEST_F(LargeRun, FreedAndResizedArraysGiveBack) {
-    ArrLimit(ArrHeld() + 100000);
-    KivArray<double> a, b;
-    ASSERT_EQ(ArrAlloc(a, 10000), 1);
-    EXPECT_EQ(ArrAlloc(b, 10000), -1);
-    ASSERT_EQ(ArrRealloc(a, 12000), 1) << "the old block counts for the new one";
-    ASSERT_EQ(ArrRealloc(a, 1000), 1);
-    EXPECT_EQ(ArrAlloc(b, 10000), 1);
-    ArrFree(b);
-    EXPECT_EQ(ArrAlloc(b, 11000), 1);
-    ArrLimit(-1);
-}
-
-// Large blocks have mappings of their own: into one, inside it, to a larger one, and back.
-TEST_F(LargeRun, ArraysKeepTheirContentAtEverySize) {
-    const std::int64_t held = ArrHeld();
-    KivArray<double> a;
-    std::int64_t kept = 0;
-    for (std::int64_t n : {1000, 600000, 2000000, 12000000, 700000, 100, 600000}) {
-        ASSERT_EQ(kept == 0 ? ArrAlloc(a, n) : ArrRealloc(a, n), 1);
-        EXPECT_EQ(ArrHeld() - held, 8 * n);
-        kept = std::min(kept, n);
-        for (std::int64_t i = 0; i < kept; ++i) ASSERT_EQ(a[i], i) << n;
-        for (; kept < n; ++kept) a[kept] = static_cast<double>(kept);
-    }
-    ASSERT_EQ(ArrAlloc(a, 1000000), 1);
-    EXPECT_TRUE(std::all_of(a.Data(), a.Data() + 1000000, [](double x) { return x == 0.0; }));
-    ArrFree(a);
-    EXPECT_EQ(ArrHeld(), held);
-}
+INSTANTIATE_TEST_SUITE_P(, RefusedMemory, testing::ValuesIn(ConsoleTest::AllKinds()), KindName);
 
 }  // namespace
+}  // namespace kiv

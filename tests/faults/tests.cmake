@@ -1,5 +1,5 @@
 kiv_tests(faults
-  SOURCES FaultTest.cpp RefusedMemory_test.cpp FullDisk_test.cpp BrokenOff_test.cpp Process_test.cpp
-  LINKS kiv_run)
+  SOURCES BrokenOff_test.cpp FullDisk_test.cpp Process_test.cpp RefusedMemory_test.cpp
+  LINKS kiv_console)
 target_compile_definitions(test_faults PRIVATE KIV_PROGRAM="$<TARGET_FILE:kiv>")
 add_dependencies(test_faults kiv)

@@ -1,94 +1,64 @@
-#include "fit/FitTest.h"
-#include "fit/LsfTrs.h"
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
 
+#include "base/ArrayName.h"
+#include "fit/FitTest.h"
+#include "fit/LeastSquares.h"
+
+namespace kiv {
 namespace {
 
-const std::string kData = KIV_TEST_DATA "/";
-constexpr int kQuartic[8] = {PRM_A, PRM_B, PRM_C, PRM_DK, PRM_DJK, PRM_DJ, PRM_dK, PRM_dJ};
-constexpr AsnLine kNoPartner = {{3, 1, 2, 0, 0, 0}, 1234.5, 9.0};  // J changes by 3
+constexpr MeasuredLine kNoPartner = {3, 1, 2, 0, 0, 0, 1234.5, 9.0};  // J changes by 3
 
-void VaryOnly(int state, std::initializer_list<int> constants) {
-    for (auto& fit : Kiv.Prm_Fit) std::fill_n(fit, NUM_PRM, 0);
-    for (int prm : constants) Kiv.Prm_Fit[state][prm] = 1;
+// The lines of numbers of a data file.
+std::vector<std::vector<double>> Numbers(const std::string& name) {
+    std::ifstream file(KIV_TEST_DATA "/" + name);
+    std::vector<std::vector<double>> rows;
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream words(line);
+        const std::vector<double> row{std::istream_iterator<double>(words), {}};
+        if (!row.empty()) rows.push_back(row);
+    }
+    return rows;
 }
 
-class Fit : public FitTest {
-  protected:
-    // Two different rotors with quartic constants, all to be varied.
-    void SetUp() override {
-        FitTest::SetUp();
-        const double values[2][8] = {{10.0, 6.1, 4.3, 2e-3, 4e-4, 6e-4, 2e-4, 1e-4},
-                                     {9.3, 6.3, 4.1, 2.4e-3, 4.8e-4, 7.2e-4, 2.4e-4, 1.2e-4}};
-        for (int i = 0; i < 16; ++i) SetTerm(i / 8, kQuartic[i % 8], values[i / 8][i % 8]);
-        Kiv.Prm_Val[ST_EXC][PRM_ORI] = 1000.0;
-        VaryPresent();
-    }
-
-    static void VaryPresent() { std::memcpy(Kiv.Prm_Fit, Kiv.Prm_Stat, sizeof Kiv.Prm_Fit); }
-
-    // Multiplies the varied constants by numbers between 1 - size and 1 + size.
-    static void Disturb(double size) {
-        for (int i = 0; i < 2 * NUM_PRM; ++i) {
-            const int varied = Kiv.Prm_Fit[i / NUM_PRM][i % NUM_PRM];
-            Kiv.Prm_Val[i / NUM_PRM][i % NUM_PRM] *= 1.0 + varied * size * std::cos(2 * i);
-        }
-    }
-
-    // Every constant as in Truth; A, B, C and the origin are known better than the small ones.
-    // Tensors are turned with 13-digit angles; positions of 1e3 are good to 1e-9 at best.
-    void ExpectTruth(double tol = 2e-5) const {
-        for (int i = 0; i < 2 * NUM_PRM; ++i) {
-            const int state = i / NUM_PRM, prm = i % NUM_PRM;
-            const double truth = Truth[state][prm], sd = Kiv.Prm_Sd[state][prm];
-            const double scale = std::fabs(truth) * (prm <= PRM_C || prm == PRM_ORI ? 1e-4 : 1.0);
-            EXPECT_NEAR(Kiv.Prm_Val[state][prm], truth, tol * scale) << state << " " << prm;
-            EXPECT_TRUE(truth != 0.0 || sd == 0.0) << state << " " << prm;
-        }
-    }
-
-    void ExpectLogged(const std::string& name) {
-        const std::string text = ReadText(kData + "fit/" + name + ".log");
-        EXPECT_TRUE(!text.empty() && LogText().find(text) != std::string::npos) << name;
-    }
-
-    // Sets the run up for the constants and lines in the record and fits.
-    int RunFit() {
-        for (KivSolved& solved : Kiv.Solved) solved = KivSolved{};  // levels of earlier memory
-        return KivCoreAlloc() == 1 ? Run([] { return LsfTrs(); }) : 0;
-    }
-};
+class Fit : public FitTest {};
 
 class MeasuredSpectrum : public Fit, public testing::WithParamInterface<const char*> {};
 
 // Weighted, as two independent codes fit the same lines.
 TEST_P(MeasuredSpectrum, GivesThePublishedConstantsAndDeviations) {
     const std::string name = GetParam();
-    const auto lines = Numbers(ReadText(kData + name + "_measured.txt"));
-    const auto result = Numbers(ReadText(kData + "fit/" + name + ".txt"));
-    ASSERT_TRUE(lines.size() >= 32 && result.size() == 8);
-    std::vector<AsnLine> asn = {kNoPartner, {{1, 0, 1, 0, 0, 0}, 1e9, 5.0}};  // and an outlier
-    for (const auto& row : lines) {
-        asn.push_back({{}, row[6], row[7]});
-        std::copy_n(row.begin(), 6, asn.back().Q);
+    const auto rows = Numbers(name + "_measured.txt");
+    const auto published = Numbers("fit/" + name + ".txt");
+    ASSERT_TRUE(rows.size() >= 32 && published.size() == 8);
+    MeasuredLines lines = {kNoPartner, {1, 0, 1, 0, 0, 0, 1e9, 5.0}};  // and an outlier
+    for (const auto& row : rows) {
+        const auto n = [&](int i) { return static_cast<int>(row[i]); };
+        lines.push_back({n(0), n(1), n(2), n(3), n(4), n(5), row[6], row[7]});
     }
-    SetAssignments(asn);
-    Kiv.Max_J = 11;
-    Kiv.Fit_Stat = 0;
-    Kiv.Gnd_Only = 1;
-    Kiv.Red_Stat = name == "so2" ? 1 : 0;
-    Kiv.Uniform_Unc = 0;
-    Kiv.LS_Cycles = 8;
-    Kiv.Prm_Val[ST_EXC][PRM_ORI] = 0.0;
-    for (int i = 0; i < 8; ++i) {
-        Kiv.Prm_Val[ST_GND][kQuartic[i]] = i < 3 ? result[i][0] * 1.001 : 0.0;
+    Assign(lines);
+    settings.max_J = 11;
+    settings.fit.data = FitData::OneState;
+    settings.fit.weights = FitWeights::Uncertainties;
+    model.one_state = true;
+    model.origin.value = 0.0;
+    model.lower().reduction = name == "so2" ? Reduction::A : Reduction::S;
+    for (std::size_t i = 0; i < 8; ++i) {
+        const auto c = static_cast<int>(i < 3 ? i : i + 6);
+        model.lower().terms[c].value = i < 3 ? published[i][0] * 1.001 : 0.0;
     }
-    ASSERT_EQ(RunFit(), 1);
-    EXPECT_EQ(Kiv.Num_Asn, static_cast<int>(lines.size()) + 1);
-    EXPECT_EQ(Kiv.RC_CovarianceMat(1, 2), Kiv.RC_CovarianceMat(2, 1));
-    for (int i = 0; i < 8; ++i) {
-        const double sd = result[i][1];
-        EXPECT_NEAR(Kiv.Prm_Val[ST_GND][kQuartic[i]], result[i][0], 1e-3 * sd) << i;
-        EXPECT_NEAR(Kiv.Prm_Sd[ST_GND][kQuartic[i]], sd, 1e-5 * sd) << i;
+    const FitResult result = Fitted();
+    EXPECT_EQ(result.used, static_cast<int>(rows.size()));
+    EXPECT_EQ(result.rejected, 1);
+    ASSERT_EQ(result.parameters.size(), 8U);
+    for (std::size_t i = 0; i < 8; ++i) {
+        const double sd = published[i][1];
+        EXPECT_NEAR(result.parameters[i].value, published[i][0], 1e-3 * sd) << i;
+        EXPECT_NEAR(result.parameters[i].sd, sd, 1e-5 * sd) << i;
     }
 }
 INSTANTIATE_TEST_SUITE_P(, MeasuredSpectrum, testing::Values("h2coh_plus", "so2"));
@@ -96,184 +66,436 @@ INSTANTIATE_TEST_SUITE_P(, MeasuredSpectrum, testing::Values("h2coh_plus", "so2"
 class KnownAnswer : public Fit, public testing::WithParamInterface<int> {};
 
 TEST_P(KnownAnswer, IsFoundAgain) {
-    const auto row = Numbers(ReadText(kData + "fit/known_answers.txt")).at(GetParam());
-    Kiv.Fit_Stat = static_cast<std::int16_t>(row[0]);
-    Kiv.Red_Stat = static_cast<std::int32_t>(row[1]);
-    for (int state : {ST_GND, ST_EXC}) {
-        for (std::size_t i = 9; i < row.size(); i += 2) {
-            SetTerm(state, static_cast<int>(row[i]), row[i + 1] * (state == ST_EXC ? 0.9 : 1.0));
+    const auto row = Numbers("fit/known_answers.txt").at(GetParam());
+    settings.fit.data = static_cast<FitData>(row[0]);
+    for (const StateIndex i : {kLower, kUpper}) {
+        State& state = model.states[i];
+        state.reduction = row[1] == 1 || row[1] == 2 + i ? Reduction::A : Reduction::S;
+        state.tilt = {row[3 + 3 * i], row[4 + 3 * i], row[5 + 3 * i]};
+        for (std::size_t k = 9; k < row.size(); k += 2) {
+            state.Set(static_cast<Constant>(row[k]), row[k + 1] * (i == kUpper ? 0.9 : 1.0));
         }
-        Kiv.Euler_Phi[state] = row[3 + 3 * state];
-        Kiv.Euler_Theta[state] = row[4 + 3 * state];
-        Kiv.Euler_Chi[state] = row[5 + 3 * state];
     }
-    if (row[0] == 4) Kiv.Prm_Stat[ST_GND][PRM_dK] = 0;  // states with different constants
+    // states with different constants
+    if (settings.fit.data == FitData::UpperDifferences) {
+        model.lower().terms[Constant::dK].on = false;
+    }
     VaryPresent();
-    SetAssignments(SlowBand(12));
+    Assign(SlowBand(12));
     Disturb(row.size() == 9 ? 0.003 : 0.001);
-    double(&val)[2][NUM_PRM] = Kiv.Prm_Val;
-    for (int prm = 0; prm < NUM_PRM; ++prm) {  // what is not fitted is right from the start
-        if (row[2] == 1 && prm < PRM_ORI) {
-            Kiv.Prm_Fit[ST_EXC][prm] = 0;
-            val[ST_EXC][prm] = val[ST_GND][prm] + Truth[ST_EXC][prm] - Truth[ST_GND][prm];
+    State &lower = model.lower(), &upper = model.upper();
+    for (int c = 0; c < kNumConstants; ++c) {  // what is not fitted is right from the start
+        const double difference = truth.upper().terms[c].value - truth.lower().terms[c].value;
+        if (row[2] == 1) {
+            upper.terms[c].fit = false;
+            upper.terms[c].value = lower.terms[c].value + difference;
         }
-        if (row[0] == 4) val[ST_GND][prm] = Truth[ST_GND][prm];
-        if (row[0] == 3 || (row[0] == 4 && prm == PRM_ORI)) val[ST_EXC][prm] = Truth[ST_EXC][prm];
+        if (settings.fit.data == FitData::UpperDifferences) lower.terms[c] = truth.lower().terms[c];
+        if (settings.fit.data == FitData::LowerDifferences) upper.terms[c] = truth.upper().terms[c];
     }
-    ASSERT_EQ(RunFit(), 1);
-    ExpectTruth();
-    EXPECT_LT(Kiv.Omc_Std_Dev, 1e-9);
-    EXPECT_GT(Kiv.Num_Trs, 3 * Kiv.Num_Asn_Read);  // the last pass leaves all lines
+    if (row[0] >= 3) model.origin = truth.origin;
+    const FitResult result = Fitted();
+    ExpectTruth(result.model);
+    EXPECT_LT(result.rms, 1e-9);
+    EXPECT_GT(result.lines.size, 3 * assignments.size);  // the last pass leaves all lines
 }
 INSTANTIATE_TEST_SUITE_P(, KnownAnswer, testing::Range(0, 12));
 
-class TwoSets : public Fit, public testing::WithParamInterface<int> {};
+// What is told of the rows of a fit.
+class RowListener : public Listener {
+  public:
+    std::vector<std::array<std::int32_t, 3>> first_rows;
+    int rejected = 0, cycles = 0;
 
-TEST_P(TwoSets, BothCountAndTheRunIsLeftAsItWas) {
-    Kiv.Fit_Stat = static_cast<std::int16_t>(GetParam());
-    std::vector<AsnLine> band = SlowBand(14), rotation = SlowRotation(7);
-    const int good = static_cast<int>(band.size()), rot = static_cast<int>(rotation.size());
-    band.insert(band.end(), {kNoPartner, kNoPartner, band[3]});  // a repeated line is missing
-    rotation.push_back({{2, 1, 1, 6, 0, 6}});
-    band[30].Frq += 5e6;  // outliers
-    rotation[5].Frq += 5e6;
-    SetAssignments(band, rotation);
-    Disturb(0.003);
-    OpenLog();
-    Kiv.LS_Cycles = 1;
-    ASSERT_EQ(RunFit(), 1);
-    const std::string text = Out + LogText(), n = std::to_string(good);
-    for (const std::string& line :
-         {"UV LAST LEVEL # = " + n + "\n",
-          "MW FIRST LEVEL # = " + n + " ASN SPLIT = " + std::to_string(good - 1) + "\n",
-          "ASN LINES ACCEPTED = " + std::to_string(good + rot - 2) + "\n",
-          std::string("ASN LINES REJECTED = 2\n")}) {  // of those with a partner
-        EXPECT_NE(text.find(line), std::string::npos) << line << text;
+    void FirstRow(bool between, std::int32_t accepted, std::int32_t split) override {
+        first_rows.push_back({between, accepted, split});
     }
-    Kiv.LS_Cycles = 5;
-    ASSERT_EQ(RunFit(), 1);
-    ExpectTruth();
-    EXPECT_EQ(Kiv.Num_Asn, good);  // the last pass is one over the first set alone
-    EXPECT_EQ(Kiv.Num_Rej, 3);
-    // A ground-only run takes the second set alone and leaves the excited state alone.
-    Kiv.Fit_Stat = 0;
-    Kiv.Gnd_Only = 1;
+    void RowRejected(const FitRowView&) override { ++rejected; }
+    void CycleStarts(int) override { ++cycles; }
+    void MissingLine(std::int32_t, double) override {}
+};
+
+class TwoSets : public Fit, public testing::WithParamInterface<FitData> {};
+
+TEST_P(TwoSets, BothCount) {
+    settings.fit.data = GetParam();
+    MeasuredLines band = SlowBand(14), rotation = SlowRotation(7);
+    const int num = static_cast<int>(band.size()), of_rotation = static_cast<int>(rotation.size());
+    band.insert(band.end(), {kNoPartner, kNoPartner, band[3]});  // a repeated line is missing
+    rotation.push_back({2, 1, 1, 6, 0, 6});
+    band[30].frequency += 5e6;  // outliers
+    rotation[5].frequency += 5e6;
+    Assign(band, rotation);
     Disturb(0.003);
-    std::copy_n(Kiv.Prm_Val[ST_EXC], NUM_PRM, Truth[ST_EXC]);
-    ASSERT_EQ(RunFit(), 1);
-    EXPECT_NE(Out.find("MW FIRST LEVEL # = 1 ASN SPLIT = 0\n"), std::string::npos);
-    ExpectTruth();
-    EXPECT_EQ(Kiv.Num_Fit_Prm, 8);
+    RowListener listener;
+    const auto result = RunFit(model, settings, assignments, LineChoice::Assigned, work, listener);
+    ASSERT_TRUE(result);
+    ExpectTruth(result.value().model);
+    EXPECT_EQ(result.value().used, num + of_rotation - 2);
+    EXPECT_EQ(result.value().rejected, 2);  // of those with a partner
+    EXPECT_EQ(result.value().residuals.size(), static_cast<std::size_t>(num + of_rotation));
+    EXPECT_EQ(result.value().lines.size, num);  // of the first set alone
+    EXPECT_EQ(result.value().lines.missing, 3);
+    EXPECT_EQ(listener.cycles, settings.fit.cycles);
+    EXPECT_EQ(listener.rejected, 2 * listener.cycles);
+    EXPECT_EQ(listener.first_rows[0], (std::array{1, 0, num}));
+    EXPECT_EQ(listener.first_rows[1], (std::array{0, num - 1, num - 1}));
+    // a model of one state takes the second set and leaves the upper state alone
+    settings.fit.data = FitData::OneState;
+    model.one_state = true;
+    truth.upper() = model.upper();
+    truth.origin = model.origin;
+    model.origin.value = 0.0;
+    const FitResult one = Fitted();
+    truth.origin.value = 0.0;
+    ExpectTruth(one.model);
+    EXPECT_EQ(one.marked, 8);
+    EXPECT_EQ(one.used, of_rotation - 1);
 }
-INSTANTIATE_TEST_SUITE_P(, TwoSets, testing::Values(1, 2));
+INSTANTIATE_TEST_SUITE_P(, TwoSets,
+                         testing::Values(FitData::TwoStates, FitData::UpperAsDifference));
 
 // Only the origin is varied (PX is not present: counted, but without a column), so everything has a
 // closed form. It starts 2 too high; one line is measured 4 too high: all misfits are 2 in size at
 // first, and after the solution, the mean, they are -4/n and for the wrong line 4 - 4/n.
 TEST_F(Fit, StatisticsOfALineDroppedAfterTheSolution) {
-    VaryOnly(ST_EXC, {PRM_ORI, PRM_PX});
-    SetAssignments(SlowBand(8));
-    const double n = Kiv.Num_Asn_Read;
-    OpenLog();
-    Kiv.LS_Cycles = 0;
-    ASSERT_EQ(RunFit(), 1);
-    ExpectTruth(0.0);
-    const double calc = Kiv.FI_Sim_Erg[Kiv.FI_AsnLn_Idx[0]];
-    Kiv.Prm_Val[ST_EXC][PRM_ORI] += 2.0;
-    Kiv.AsnErg_Vector[30] += 4.0;
-    Kiv.Rej_Level = 3.0;
-    Kiv.LS_Cycles = 1;
-    ASSERT_EQ(RunFit(), 1);
+    VaryNothing();
+    model.origin.fit = model.upper().terms[Constant::PX].fit = true;
+    MeasuredLines lines = SlowBand(8);
+    const double n = static_cast<double>(lines.size());
+    lines[30].frequency += 4.0;
+    Assign(lines);
+    model.origin.value += 2.0;
+    settings.fit.reject_above = 3.0;
+    settings.fit.cycles = 1;
+    FitResult result = Fitted();
     const double scale = 4 / n * std::sqrt((n - 1) / (n - 2));
-    EXPECT_NEAR(Kiv.Prm_Sd[ST_EXC][PRM_ORI], scale / std::sqrt(n), 1e-9);
-    ASSERT_EQ(Kiv.RC_CovarianceMat.Rows, 3u);
-    EXPECT_NEAR(Kiv.RC_CovarianceMat(1, 1), scale * scale / n, 1e-12);
-    EXPECT_EQ(Kiv.RC_CovarianceMat(2, 2), 0.0);
-    EXPECT_EQ(Kiv.FI_BT_Lbl[Kiv.FI_AsnLn_Idx[30]], 'R');
-    EXPECT_EQ(std::count(&Kiv.FI_BT_Lbl[0], &Kiv.FI_BT_Lbl[0] + Kiv.Num_Trs, 'R'), 1);
-    // Exact data with uncertainties: nothing is dropped or scaled.
-    Kiv.AsnErg_Vector[30] -= 4.0;
-    Kiv.Uniform_Unc = 0;
-    ASSERT_EQ(RunFit(), 1);
-    EXPECT_EQ(Kiv.Std_Dev_Scale, 1.0);
-    // Nor with as many lines as constants.
-    VaryOnly(ST_EXC, {PRM_ORI});
-    Kiv.Uniform_Unc = Kiv.Num_Asn_Read = Kiv.Asn_Split = 1;
-    ASSERT_EQ(RunFit(), 1);
-    ExpectTruth();
-    EXPECT_NEAR(Kiv.Prm_Sd[ST_EXC][PRM_ORI], 1.0, 1e-12);
-    // Nothing varied, which needs no line: the misfit of the only one equals the level.
-    VaryOnly(ST_EXC, {});
-    std::memcpy(Kiv.Prm_Val, Truth, sizeof Truth);
-    Kiv.AsnErg_Vector[0] = calc + 0.5;
-    Kiv.Rej_Level = Kiv.AsnErg_Vector[0] - calc;
-    ASSERT_EQ(RunFit(), 1);
-    EXPECT_NE(Out.find("     0.5000 - REJECTED\n"), std::string::npos) << Out;
-    ExpectTruth(0.0);
-    for (const char* name : {"start", "dropped", "end", "kept", "nothing"}) ExpectLogged(name);
+    EXPECT_NEAR(result.model.origin.value, 1000.0 + 4 / n, 1e-9);
+    EXPECT_NEAR(result.model.origin.sd, scale / std::sqrt(n), 1e-9);
+    EXPECT_NEAR(result.rms, 4 / n, 1e-9);
+    EXPECT_NEAR(result.scale, scale, 1e-9);
+    EXPECT_EQ(result.marked, 2);
+    ASSERT_EQ(result.parameters.size(), 1U);
+    EXPECT_EQ(result.parameters[0].Name(), "origin");
+    EXPECT_EQ(result.parameters[0].start, 1002.0);
+    EXPECT_NEAR(result.Covariance(0, 0), scale * scale / n, 1e-12);
+    EXPECT_EQ(result.Covariance(1, 1), 0.0);
+    EXPECT_EQ(result.used, static_cast<int>(n) - 1);
+    EXPECT_EQ(result.rejected, 1);
+    const LineList& list = result.lines;
+    EXPECT_EQ(std::count(list.band.begin(), list.band.begin() + list.size, 'R'), 1);
+    EXPECT_EQ(list.band[list.match_line[30]], 'R');
+    EXPECT_TRUE(result.residuals[30].rejected && !result.residuals[29].rejected);
+    // as many lines as constants: deviations are not scaled
+    lines = {lines[0]};
+    Assign(lines);
+    model.upper().terms[Constant::PX].fit = false;
+    result = Fitted();
+    EXPECT_NEAR(result.model.origin.value, 1000.0, 1e-9);
+    EXPECT_NEAR(result.model.origin.sd, 1.0, 1e-12);
+    // nothing varied, which needs no line: the misfit of the only one equals the level
+    VaryNothing();
+    model.origin.value = 1000.0;
+    settings.fit.reject_above = 1e6;
+    lines[0].frequency = Fitted().residuals[0].calculated + 0.5;
+    Assign(lines);
+    settings.fit.reject_above = lines[0].frequency - Fitted().residuals[0].calculated;
+    result = Fitted();
+    EXPECT_TRUE(result.residuals[0].rejected);
+    EXPECT_EQ(result.used, 0);
+    ExpectTruth(result.model, 0.0);
 }
 
-TEST_F(Fit, FailureSaysWhyAndReturnsZero) {
-    // clang-format off
-    const std::pair<const char*, void (*)()> failures[] = {
-        {"NUMBER OF ASSIGNED LINES [16] MUST BE >= NUMBER OF PARAMETERS TO FIT [17]!\n",
-         [] { Kiv.Num_Asn_Read = 16; }},
-        {"NUMBER OF ASSIGNED LINES [0] MUST BE >= NUMBER OF PARAMETERS TO FIT [17] !\n",
-         [] { Kiv.Rej_Level = 0.0; }},
-        {"FIT=[7] NOT VALID!\n", [] { Kiv.Fit_Stat = 7; }},
-        {"NEGATIVE A,B,C PRODUCED!\nSTATE=[EXCITED] PARM[2]=[-",
-         [] { VaryOnly(ST_EXC, {PRM_C}); Kiv.AsnErg_Vector[0] = -9e5; }},
-        {"LEAST SQUARES FIT - NEGATIVE A,B,C PRODUCED!\nSTATE=[GROUND] PARM[0]=[",
-         [] { Kiv.AsnErg_Vector[7] = std::nan(""); }},
-        {"svdcmp() - NO CONVERGENCE IN 30 SVDCMP ITERATIONS!\n",
-         [] { Kiv.Prm_Val[ST_GND][PRM_DJ] = std::nan(""); }},
-        {"NO COMBINATION DIFFERENCES FOUND - ABORTING!\n",
-         [] { VaryOnly(ST_EXC, {}); Kiv.Fit_Stat = 4; Kiv.Num_Asn_Read = Kiv.Asn_Split = 1; }},
-    };
-    // clang-format on
-    for (const auto& [message, spoil] : failures) {
-        TearDown();
-        SetUp();
-        SetAssignments(SlowBand(8));
-        OpenLog();
-        spoil();
-        EXPECT_EQ(RunFit(), 0);
-        const std::string text = Out + LogText();
-        EXPECT_NE(text.find(message), std::string::npos) << message << text;
+using Matrix = std::vector<std::vector<long double>>;
+
+// Gauss and Jordan, with pivots.
+Matrix Inverse(Matrix a) {
+    const std::size_t n = a.size();
+    Matrix b(n, std::vector<long double>(n, 0.0L));
+    for (std::size_t i = 0; i < n; ++i) b[i][i] = 1.0L;
+    for (std::size_t i = 0; i < n; ++i) {
+        std::size_t pivot = i;
+        for (std::size_t k = i; k < n; ++k) {
+            if (std::fabs(a[k][i]) > std::fabs(a[pivot][i])) pivot = k;
+        }
+        std::swap(a[i], a[pivot]);
+        std::swap(b[i], b[pivot]);
+        const long double d = a[i][i];
+        for (std::size_t j = 0; j < n; ++j) a[i][j] /= d, b[i][j] /= d;
+        for (std::size_t k = 0; k < n; ++k) {
+            const long double f = a[k][i];
+            for (std::size_t j = 0; k != i && j < n; ++j) {
+                a[k][j] -= f * a[i][j];
+                b[k][j] -= f * b[i][j];
+            }
+        }
+    }
+    return b;
+}
+
+// At the end of a fit of disturbed lines the residuals are orthogonal to the derivatives, and all
+// statistics follow from both by their definitions.
+TEST_F(Fit, SolvesTheNormalEquations) {
+    MeasuredLines lines = SlowBand(9), rotation = SlowRotation(9);
+    std::mt19937 random(11);
+    for (MeasuredLines* of : {&lines, &rotation}) {
+        for (MeasuredLine& line : *of) line.frequency += 1e-10 * random();
+    }
+    settings.fit.cycles = 8;
+    for (int i = 0; i < 15; ++i) {
+        SCOPED_TRACE(i);
+        const auto data = static_cast<FitData>(i % 5);
+        settings.fit.data = data;
+        settings.fit.weights = static_cast<FitWeights>(i / 5);
+        model.one_state = data == FitData::OneState;
+        model.origin.value = model.one_state ? 0.0 : 1000.0;
+        model.upper().terms[Constant::dK].fit = i < 10;
+        Assign(model.one_state ? rotation : lines);
+        const FitResult result = Fitted();
+        struct Row {
+            double misfit, weight;
+            std::vector<double> derivatives;
+        };
+        std::vector<Row> rows;
+        Keys keys;
+        for (const FitResidual& r : result.residuals) {
+            const double sigma = settings.fit.weights == FitWeights::Uncertainties
+                                     ? assignments.uncertainty[r.assignment]
+                                     : 1.0;
+            EXPECT_EQ(r.observed, assignments.frequency[r.assignment]);
+            rows.push_back({r.observed - r.calculated, 1.0 / (sigma * sigma), r.derivatives});
+            keys.push_back(assignments.key[r.assignment]);
+        }
+        if (i % 5 >= 3) {
+            std::vector<Row> differences;
+            int too_many = 0;
+            for (const auto& [a, b] : SlowPairs(keys, data, assignments.size, too_many)) {
+                Row row = rows[b];
+                row.misfit -= rows[a].misfit;
+                row.weight = rows[a].weight;
+                for (std::size_t k = 0; k < row.derivatives.size(); ++k) {
+                    row.derivatives[k] -= rows[a].derivatives[k];
+                }
+                differences.push_back(row);
+            }
+            rows = differences;
+        }
+        const std::size_t n = rows.size(), m = result.parameters.size();
+        Matrix normal(m, std::vector<long double>(m, 0.0L));
+        std::vector<long double> gradient(m, 0.0L);
+        long double sum = 0.0L;
+        for (const Row& row : rows) {
+            sum += row.misfit * static_cast<long double>(row.misfit);
+            for (std::size_t k = 0; k < m; ++k) {
+                const long double wd = row.weight * static_cast<long double>(row.derivatives[k]);
+                gradient[k] += wd * row.misfit;
+                for (std::size_t l = 0; l < m; ++l) normal[k][l] += wd * row.derivatives[l];
+            }
+        }
+        const bool scaled = settings.fit.weights == FitWeights::Uniform;
+        const double scale = scaled ? std::sqrt(static_cast<double>(sum) / (n - m)) : 1.0;
+        EXPECT_EQ(result.used, static_cast<std::int32_t>(n));
+        EXPECT_NEAR(result.rms, std::sqrt(static_cast<double>(sum) / n), 1e-6);
+        EXPECT_NEAR(result.scale, scale, 1e-6 * scale);
+        const Matrix inverse = Inverse(normal);
+        for (std::size_t k = 0; k < m; ++k) {
+            EXPECT_NEAR(gradient[k] / std::sqrt(normal[k][k]), 0.0, 1e-7);
+            EXPECT_EQ(result.parameters[k].sd, std::sqrt(result.Covariance(k, k)));
+            for (std::size_t l = 0; l < m; ++l) {
+                const auto size = static_cast<double>(std::sqrt(inverse[k][k] * inverse[l][l]));
+                EXPECT_NEAR(result.Covariance(k, l) / (scale * scale * size),
+                            static_cast<double>(inverse[k][l]) / size, 1e-5);
+                EXPECT_EQ(result.Covariance(k, l), result.Covariance(l, k));
+            }
+        }
     }
 }
 
-// Every request of a run is refused in turn; the second pass is somewhere among them.
-TEST_F(Fit, RefusedMemoryIsNamedAndLeavesTheRunAsItWas) {
-    std::string seen;
-    OpenLog();
-    Kiv.LS_Cycles = 1;
-    for (const std::int16_t fit_stat : {1, 3}) {
-        Kiv.Fit_Stat = fit_stat;
-        SetAssignments(SlowBand(8), fit_stat == 1 ? SlowRotation(8) : std::vector<AsnLine>{});
-        ASSERT_EQ(KivCoreAlloc(), 1);
-        int status = 0;
-        for (int granted = 0; status == 0 && granted < 1000; ++granted) {
-            for (KivSolved& solved : Kiv.Solved) solved = KivSolved{};  // the same requests again
-            const std::size_t logged = LogText().size();
-            ArrRefuse(granted);
-            status = Run([] { return LsfTrs(); });
-            ArrRefuse(-1);
-            ExpectTruth();
-            EXPECT_EQ(Kiv.Gnd_Only, 0);
-            const std::string text = Out + LogText().substr(logged);
-            const bool named = text.find(" - CORE ALLOCATION ERROR!\n") != std::string::npos;
-            ASSERT_EQ(named, status == 0) << granted << text;
-            seen += text;
+// A fit of no cycles tells the derivatives at the start: difference quotients of its positions.
+TEST_F(Fit, DerivativesAreDifferenceQuotients) {
+    settings.fit.cycles = 0;
+    settings.max_J = 4;
+    const std::vector<std::pair<const char*, void (*)(Model&, FitOptions&)>> cases = {
+        {"quartic", [](Model&, FitOptions&) {}},
+        {"as differences", [](Model&, FitOptions& fit) { fit.data = FitData::UpperAsDifference; }},
+        {"one state",
+         [](Model& m, FitOptions& fit) {
+             m.one_state = true;
+             fit.data = FitData::OneState;
+         }},
+        {"imaginary",
+         [](Model& m, FitOptions&) {
+             m.lower().Set(Constant::PY, 0.3).Set(Constant::PZ, 0.5).Set(Constant::PZ2PY, 0.01);
+         }},
+        {"turned",
+         [](Model& m, FitOptions&) {
+             m.lower().tilt = {0, 20, 0};
+             m.upper().tilt = {33, 21, -12};
+         }},
+        {"right angle",
+         [](Model& m, FitOptions&) {
+             m.upper().tilt = {0, 90, 0};
+         }},
+        {"right angles",
+         [](Model& m, FitOptions&) {
+             m.upper().tilt = {90, 90, 0};
+         }},
+        {"displaced",
+         [](Model& m, FitOptions&) {
+             m.upper().tilt = {0, 20, 0};
+             m.upper().Set(Constant::PXPZ, 0.2);
+         }},
+        {"not marked as present", [](Model& m, FitOptions&) {
+             m.lower().terms[Constant::B].on = false;
+             m.upper().terms[Constant::A].on = false;
+         }}};
+    for (const auto& [name, change] : cases) {
+        SCOPED_TRACE(name);
+        const Model before = model;
+        const FitOptions fit_before = settings.fit;
+        change(model, settings.fit);
+        VaryPresent();
+        Assign(SlowBand(5), SlowRotation(5));
+        const FitResult result = Fitted();
+        ASSERT_GT(result.residuals.size(), 20U);
+        for (std::size_t p = 0; p < result.parameters.size(); ++p) {
+            const FitParameter& parameter = result.parameters[p];
+            const double h = 1e-4 * std::max(0.1, std::fabs(parameter.start));
+            const auto moved = [&](double step) {
+                const Model start = model;
+                if (!parameter.constant) {
+                    model.origin.value += step;
+                } else {
+                    const bool both = settings.fit.data == FitData::UpperAsDifference &&
+                                      parameter.state == kLower;
+                    model.states[parameter.state].terms[*parameter.constant].value += step;
+                    if (both) model.upper().terms[*parameter.constant].value += step;
+                }
+                FitResult there = Fitted();
+                model = start;
+                return there;
+            };
+            const FitResult up = moved(h), down = moved(-h);
+            for (std::size_t k = 0; k < result.residuals.size(); ++k) {
+                const double quotient =
+                    (up.residuals[k].calculated - down.residuals[k].calculated) / (2 * h);
+                ASSERT_NEAR(result.residuals[k].derivatives[p], quotient,
+                            1e-5 * (1 + std::fabs(quotient)))
+                    << parameter.Name() << " " << k;
+            }
         }
-        ASSERT_EQ(status, 1);
+        model = before;
+        settings.fit = fit_before;
+    }
+}
+
+TEST_F(Fit, FailureSaysWhy) {
+    struct Case {
+        ErrorCode code;
+        const char* subject;
+        void (*spoil)(Model&, Settings&, Assignments&);
+    };
+    const Case cases[] = {
+        {ErrorCode::TooFewLines, "",
+         [](Model&, Settings&, Assignments& a) { a.size = a.split = 16; }},
+        {ErrorCode::TooFewLines, "",
+         [](Model&, Settings& s, Assignments&) { s.fit.reject_above = 0.0; }},
+        {ErrorCode::BadChoice, "fit",
+         [](Model&, Settings& s, Assignments&) { s.fit.data = FitData{7}; }},
+        {ErrorCode::NegativeConstant, "C",
+         [](Model& m, Settings&, Assignments& a) {
+             for (State& state : m.states) {
+                 for (Term& term : state.terms.values) term.fit = false;
+             }
+             m.origin.fit = false;
+             m.upper().terms[Constant::C].fit = true;
+             a.frequency[0] = -9e5;
+         }},
+        {ErrorCode::NegativeConstant, "A",
+         [](Model&, Settings&, Assignments& a) { a.frequency[7] = std::nan(""); }},
+        {ErrorCode::NotConverged, "",
+         [](Model& m, Settings&, Assignments&) {
+             m.lower().terms[Constant::DJ].value = std::nan("");
+         }},
+        {ErrorCode::NoDifferences, "",
+         [](Model& m, Settings& s, Assignments& a) {
+             for (Term& term : m.upper().terms.values) term.fit = false;
+             s.fit.data = FitData::UpperDifferences;
+             a.size = a.split = 1;
+         }},
+        {ErrorCode::NoLines, "", [](Model&, Settings& s, Assignments&) { s.lines.delta_K = -1; }},
+        {ErrorCode::NoMemory, array_name::kEnergies,
+         [](Model&, Settings& s, Assignments&) { s.max_J = -1; }},
+    };
+    const MeasuredLines lines = SlowBand(8);
+    const Model model_before = model;
+    const Settings settings_before = settings;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(static_cast<int>(c.code));
+        Assign(lines);
+        c.spoil(model, settings, assignments);
+        const auto result = Run();
+        ASSERT_FALSE(result);
+        EXPECT_EQ(result.error().code, c.code);
+        EXPECT_EQ(result.error().subject, c.subject);
+        EXPECT_FALSE(result.error().text.empty());
+        model = model_before;
+        settings = settings_before;
+    }
+}
+
+// Refused or cancelled anywhere, a fit leaves its inputs and its workspace as they were.
+TEST_F(Fit, EndsWithoutATrace) {
+    using namespace array_name;
+    settings.max_J = 4;
+    settings.fit.cycles = 1;
+    std::set<std::string> names;
+    for (const FitData data : {FitData::TwoStates, FitData::LowerDifferences}) {
+        settings.fit.data = data;
+        Assign(SlowBand(5), data == FitData::TwoStates ? SlowRotation(8) : MeasuredLines{});
+        const Model before = model;
+        const std::vector<double> frequencies(assignments.frequency.begin(),
+                                              assignments.frequency.end());
+        const Bits expected = BitsOf(Fitted().lines);
+        names.merge(RefuseInTurn([&](Workspace& of) {
+            auto result = RunFit(model, settings, assignments, of);
+            EXPECT_TRUE(!result || BitsOf(result.value().lines) == expected);
+            return result;
+        }));
+        const auto fit = [&](Report& report) {
+            return RunFit(model, settings, assignments, LineChoice::All, work, report);
+        };
+        EXPECT_GT(CancelInTurn(fit), 10);
+        EXPECT_EQ(BitsOf(Fitted().lines), expected);
+        EXPECT_EQ(std::memcmp(&model, &before, sizeof model), 0);
+        EXPECT_TRUE(std::equal(frequencies.begin(), frequencies.end(),
+                               assignments.frequency.begin(), assignments.frequency.end()));
     }
     for (const char* name :
-         {"LsfTrs()/v_mat", "LsfTrs()/w_vec", "LsfTrs()/Kiv.RC_CovarianceMat", "LsfTrs()/obln_vec",
-          "LsfTrs()/sig_vec", "LsfTrs()/dvs_mat", "LsfTrs()/u_mat", "svdfit()/b", "svdcmp()/rv1",
-          "svbksb()/tmp", "svdvar()/wti", "CDErrorAnalysis()/Idx_Mat"}) {
-        EXPECT_NE(seen.find(std::string(name) + " - CORE"), std::string::npos) << name;
+         {kFitVectors, kSingularValues, kCovariance, kObserved, kUncertainties, kFitDerivatives,
+          kFitMatrix, kDifferences, kSvdRightSide, kSvdSuperdiagonal, kSvdProduct, kSvdWeights}) {
+        EXPECT_TRUE(names.contains(name)) << name;
+    }
+}
+
+// Cycles may look at all lines or at the assigned ones alone.
+TEST_F(Fit, CyclesNeedTheAssignedLinesAlone) {
+    Assign(SlowBand(8), SlowRotation(8));
+    Disturb(0.003);
+    const FitResult expected = Fitted();
+    FitTask task{&model, &settings, &assignments};
+    task.cycles = LineChoice::All;
+    PassRoom room;
+    FitResult result;
+    ASSERT_TRUE(room.Reserve(task.Pass(model, LineChoice::All), work.memory()).ok());
+    ASSERT_TRUE(RunFit(task, work, silent, room, result).ok());
+    EXPECT_EQ(BitsOf(room.lines), BitsOf(expected.lines));
+    for (int i = 0; i < 2 * kNumConstants; ++i) {
+        const Term& a = result.model.states[i / kNumConstants].terms[i % kNumConstants];
+        const Term& b = expected.model.states[i / kNumConstants].terms[i % kNumConstants];
+        EXPECT_TRUE(a.value == b.value && a.sd == b.sd) << i;
     }
 }
 
 }  // namespace
+}  // namespace kiv

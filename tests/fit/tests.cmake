@@ -1,3 +1,1 @@
-kiv_tests(fit
-  SOURCES Svd_test.cpp CombDiff_test.cpp Fit_test.cpp KivScan_test.cpp
-  LINKS kiv_fit kiv_core)
+kiv_tests(fit SOURCES Differences_test.cpp Fit_test.cpp LINKS kiv_io)

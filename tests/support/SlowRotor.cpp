@@ -4,49 +4,52 @@
 #include <cmath>
 #include <numeric>
 
+namespace kiv {
+
 SlowMatrix operator*(const SlowMatrix& a, const SlowMatrix& b) {
-    SlowMatrix c(a.N);
-    for (int i = 0; i < a.N; ++i) {
-        for (int k = 0; k < a.N; ++k) {
+    SlowMatrix c(a.n);
+    for (int i = 0; i < a.n; ++i) {
+        for (int k = 0; k < a.n; ++k) {
             if (a(i, k) == 0.0) continue;
-            for (int j = 0; j < a.N; ++j) c(i, j) += a(i, k) * b(k, j);
+            for (int j = 0; j < a.n; ++j) c(i, j) += a(i, k) * b(k, j);
         }
     }
     return c;
 }
 
 SlowMatrix operator+(const SlowMatrix& a, const SlowMatrix& b) {
-    SlowMatrix c(a.N);
-    for (std::size_t i = 0; i < c.El.size(); ++i) c.El[i] = a.El[i] + b.El[i];
+    SlowMatrix c(a.n);
+    for (std::size_t i = 0; i < c.elements.size(); ++i)
+        c.elements[i] = a.elements[i] + b.elements[i];
     return c;
 }
 
 SlowMatrix operator*(Complex x, const SlowMatrix& a) {
-    SlowMatrix c(a.N);
-    for (std::size_t i = 0; i < c.El.size(); ++i) c.El[i] = x * a.El[i];
+    SlowMatrix c(a.n);
+    for (std::size_t i = 0; i < c.elements.size(); ++i) c.elements[i] = x * a.elements[i];
     return c;
 }
 
 namespace {
 
 struct Momenta {
-    SlowMatrix X, Y, Z, Up, Down, Square;
+    SlowMatrix x, y, z, up, down, square;
 
     explicit Momenta(int J)
-        : X(2 * J + 1),
-          Y(2 * J + 1),
-          Z(2 * J + 1),
-          Up(2 * J + 1),
-          Down(2 * J + 1),
-          Square(2 * J + 1) {
-        for (int K = -J; K <= J; ++K) Z(K + J, K + J) = K;
+        : x(2 * J + 1),
+          y(2 * J + 1),
+          z(2 * J + 1),
+          up(2 * J + 1),
+          down(2 * J + 1),
+          square(2 * J + 1) {
+        for (int K = -J; K <= J; ++K) z(K + J, K + J) = K;
         for (int K = -J; K < J; ++K) {
-            Up(K + 1 + J, K + J) = std::sqrt(J * (J + 1.0) - K * (K + 1.0));  // Px - iPy
-            Down(K + J, K + 1 + J) = Up(K + 1 + J, K + J);                    // Px + iPy
+            up(K + 1 + J, K + J) = std::sqrt(J * (J + 1.0) - K * (K + 1.0));  // Px - iPy
+            down(K + J, K + 1 + J) = up(K + 1 + J, K + J);                    // Px + iPy
         }
-        X = 0.5 * (Up + Down);
-        Y = Complex(0.0, -0.5) * (Down + -1.0 * Up);
-        Square = X * X + Y * Y + Z * Z;
+        x = 0.5 * (up + down);
+        y = Complex(0.0, -0.5) * (down + -1.0 * up);
+        square = x * x + y * y + z * z;
     }
 };
 
@@ -57,63 +60,88 @@ SlowMatrix Symmetrised(const SlowMatrix& a, const SlowMatrix& b) {
     return a * a * b + a * b * a + b * a * a;
 }
 
+using Axes = std::array<std::array<double, 3>, 3>;
+
+double Radians(double degrees) { return degrees * std::acos(-1.0) / 180.0; }
+
+Axes AboutZ(double angle) {
+    const double c = std::cos(Radians(angle)), s = std::sin(Radians(angle));
+    return {{{c, s, 0.0}, {-s, c, 0.0}, {0.0, 0.0, 1.0}}};
+}
+
+Axes AboutY(double angle) {
+    const double c = std::cos(Radians(angle)), s = std::sin(Radians(angle));
+    return {{{c, 0.0, -s}, {0.0, 1.0, 0.0}, {s, 0.0, c}}};
+}
+
+Axes Product(const Axes& a, const Axes& b) {
+    Axes product{};
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) {
+            for (int k = 0; k < 3; ++k) product[i][j] += a[i][k] * b[k][j];
+        }
+    }
+    return product;
+}
+
 }  // namespace
 
-SlowMatrix SlowOperator(int J, int prm, bool a_reduction) {
+SlowMatrix SlowOperator(int J, Constant constant, Reduction reduction) {
+    const bool is_a = reduction == Reduction::A;
     const Momenta P(J);
-    const SlowMatrix ladder2 = P.Up * P.Up + P.Down * P.Down;
-    switch (prm) {
-        case PRM_A:
-            return P.Z * P.Z;
-        case PRM_B:
-            return P.X * P.X;
-        case PRM_C:
-            return P.Y * P.Y;
-        case PRM_PX:
-            return P.X;
-        case PRM_PY:
-            return P.Y;
-        case PRM_PZ:
-            return P.Z;
-        case PRM_PXPY:
-            return Anti(P.X, P.Y);
-        case PRM_PXPZ:
-            return Anti(P.X, P.Z);
-        case PRM_PYPZ:
-            return Anti(P.Y, P.Z);
-        case PRM_DK:
-            return -1.0 * (P.Z * P.Z * P.Z * P.Z);
-        case PRM_DJK:
-            return -1.0 * (P.Square * P.Z * P.Z);
-        case PRM_DJ:
-            return -1.0 * (P.Square * P.Square);
-        case PRM_dK:
-            return a_reduction ? -0.5 * Anti(P.Z * P.Z, ladder2)
-                               : P.Up * P.Up * P.Up * P.Up + P.Down * P.Down * P.Down * P.Down;
-        case PRM_dJ:
-            return a_reduction ? -0.5 * Anti(P.Square, ladder2) : P.Square * ladder2;
-        case PRM_PZ3:
-            return P.Z * P.Z * P.Z;
-        case PRM_PX3:
-            return P.X * P.X * P.X;
-        case PRM_PY3:
-            return P.Y * P.Y * P.Y;
-        case PRM_PZ2PX:
-            return Symmetrised(P.Z, P.X);
-        case PRM_PZ2PY:
-            return Symmetrised(P.Z, P.Y);
-        case PRM_PX2PZ:
-            return Symmetrised(P.X, P.Z);
-        case PRM_PY2PZ:
-            return Symmetrised(P.Y, P.Z);
+    const SlowMatrix ladder2 = P.up * P.up + P.down * P.down;
+    switch (constant) {
+        case Constant::A:
+            return P.z * P.z;
+        case Constant::B:
+            return P.x * P.x;
+        case Constant::C:
+            return P.y * P.y;
+        case Constant::PX:
+            return P.x;
+        case Constant::PY:
+            return P.y;
+        case Constant::PZ:
+            return P.z;
+        case Constant::PXPY:
+            return Anti(P.x, P.y);
+        case Constant::PXPZ:
+            return Anti(P.x, P.z);
+        case Constant::PYPZ:
+            return Anti(P.y, P.z);
+        case Constant::DK:
+            return -1.0 * (P.z * P.z * P.z * P.z);
+        case Constant::DJK:
+            return -1.0 * (P.square * P.z * P.z);
+        case Constant::DJ:
+            return -1.0 * (P.square * P.square);
+        case Constant::dK:
+            return is_a ? -0.5 * Anti(P.z * P.z, ladder2)
+                        : P.up * P.up * P.up * P.up + P.down * P.down * P.down * P.down;
+        case Constant::dJ:
+            return is_a ? -0.5 * Anti(P.square, ladder2) : P.square * ladder2;
+        case Constant::PZ3:
+            return P.z * P.z * P.z;
+        case Constant::PX3:
+            return P.x * P.x * P.x;
+        case Constant::PY3:
+            return P.y * P.y * P.y;
+        case Constant::PZ2PX:
+            return Symmetrised(P.z, P.x);
+        case Constant::PZ2PY:
+            return Symmetrised(P.z, P.y);
+        case Constant::PX2PZ:
+            return Symmetrised(P.x, P.z);
+        case Constant::PY2PZ:
+            return Symmetrised(P.y, P.z);
         default:
-            return P.Z * P.Z * P.Z * P.Z * P.Z;  // PZ5
+            return P.z * P.z * P.z * P.z * P.z;  // PZ5
     }
 }
 
 SlowLevels SlowDiagonalise(const SlowMatrix& H) {
-    SlowMatrix A = H, V(H.N);
-    const int n = H.N;
+    SlowMatrix A = H, V(H.n);
+    const int n = H.n;
     for (int i = 0; i < n; ++i) V(i, i) = 1.0;
     for (int sweep = 0; sweep < 60; ++sweep) {
         double off = 0.0, all = 0.0;
@@ -151,27 +179,52 @@ SlowLevels SlowDiagonalise(const SlowMatrix& H) {
     std::sort(order.begin(), order.end(),
               [&](int a, int b) { return A(a, a).real() < A(b, b).real(); });
     SlowLevels levels;
-    levels.Vec = SlowMatrix(n);
+    levels.vectors = SlowMatrix(n);
     for (int r = 0; r < n; ++r) {
-        levels.Erg.push_back(A(order[r], order[r]).real());
-        for (int k = 0; k < n; ++k) levels.Vec(k, r) = V(k, order[r]);
+        levels.energy.push_back(A(order[r], order[r]).real());
+        for (int k = 0; k < n; ++k) levels.vectors(k, r) = V(k, order[r]);
     }
     return levels;
 }
 
-SlowLevels SlowSolve(int J, int state) {
+Axes SlowAxes(const EulerAngles& angles) {
+    return Product(AboutZ(angles.chi), Product(AboutY(angles.theta), AboutZ(angles.phi)));
+}
+
+State SlowTurn(const State& state) {
+    // Components x, y, z = b, c, a; elements below 1e-8 leave the cross term that the user gave.
+    constexpr Constant kTensor[3][3] = {{Constant::B, Constant::PXPY, Constant::PXPZ},
+                                        {Constant::PXPY, Constant::C, Constant::PYPZ},
+                                        {Constant::PXPZ, Constant::PYPZ, Constant::A}};
+    State turned = state;
+    turned.tilt = {};
+    if (state.tilt.IsZero()) return turned;
+    const Axes g = SlowAxes(state.tilt);
+    for (int i = 0; i < 3; ++i) {
+        for (int j = i; j < 3; ++j) {
+            double element = 0.0;
+            for (int k = 0; k < 3; ++k) element += g[i][k] * g[j][k] * state.value(kTensor[k][k]);
+            if (i == j || std::fabs(element) > 1e-8) turned.Set(kTensor[i][j], element);
+        }
+    }
+    return turned;
+}
+
+SlowLevels SlowSolve(int J, const State& state) {
+    const State turned = SlowTurn(state);
     SlowMatrix H(2 * J + 1);
-    for (int prm = 0; prm < NUM_HAM_PRM; ++prm) {
-        const bool on = prm <= PRM_C || Kiv.Prm_Stat[state][prm] == 1;
-        if (!on && Kiv.XTerm_Flag[state][prm] != 1) continue;
-        H = H + Kiv.Prm_Val[state][prm] * SlowOperator(J, prm, IsAReduction(Kiv, state));
+    for (int c = 0; c < kNumConstants; ++c) {
+        const Term& term = turned.terms[c];
+        const auto constant = static_cast<Constant>(c);
+        if (!term.on && constant > Constant::C) continue;
+        H = H + term.value * SlowOperator(J, constant, state.reduction);
     }
     return SlowDiagonalise(H);
 }
 
 std::vector<Complex> SlowVector(const SlowLevels& levels, int r) {
     std::vector<Complex> v;
-    for (int k = 0; k < levels.Vec.N; ++k) v.push_back(levels.Vec(k, r));
+    for (int k = 0; k < levels.vectors.n; ++k) v.push_back(levels.vectors(k, r));
     return v;
 }
 
@@ -200,7 +253,7 @@ double ThreeJ(int a, int b, int c, int x, int y, int z) {
 }  // namespace
 
 double SlowStrength(int Jl, const std::vector<Complex>& lower, int Ju,
-                    const std::vector<Complex>& upper, const double moment[3]) {
+                    const std::vector<Complex>& upper, const std::array<double, 3>& moment) {
     // spherical components of (x, y, z) = (b, c, a)
     const Complex i(0.0, 1.0);
     const Complex mu[3] = {(moment[1] - i * moment[2]) / std::sqrt(2.0), moment[0],
@@ -216,3 +269,5 @@ double SlowStrength(int Jl, const std::vector<Complex>& lower, int Ju,
     }
     return (2 * Ju + 1) * (2 * Jl + 1) * std::norm(sum);
 }
+
+}  // namespace kiv

@@ -1,0 +1,86 @@
+#include "kiv/array.h"
+
+#include <atomic>
+#include <cstdlib>
+
+#include "base/MachineMemory.h"
+
+namespace kiv {
+
+struct Memory::Account {
+    std::atomic<std::int64_t> limit{-1};        // bytes; negative: not asked for yet
+    std::atomic<std::int64_t> held{0};          // bytes
+    std::atomic<std::int64_t> grants_left{-1};  // negative: no request is refused
+
+    // True when a block of `bytes` may take the place of one of `returned`, which then counts.
+    bool Grant(std::int64_t bytes, std::int64_t returned);
+};
+
+namespace {
+
+// Bytes of a request, of one element at least so that an empty array is not a failure; -1 when
+// they cannot be expressed.
+std::int64_t BytesOf(std::int64_t count, std::size_t size) {
+    std::int64_t bytes = 0;
+    if (__builtin_mul_overflow(count > 0 ? count : 1, static_cast<std::int64_t>(size), &bytes)) {
+        return -1;
+    }
+    const auto most = static_cast<std::uint64_t>(PTRDIFF_MAX);
+    return static_cast<std::uint64_t>(bytes) <= most ? bytes : -1;
+}
+
+}  // namespace
+
+bool Memory::Account::Grant(std::int64_t bytes, std::int64_t returned) {
+    if (limit < 0) limit = AvailableMemory();
+    if (bytes < 0) return false;
+    const std::int64_t more = bytes - returned;
+    std::int64_t before = held;
+    do {
+        if (bytes > limit - (before - returned)) return false;
+    } while (!held.compare_exchange_weak(before, before + more));
+    std::int64_t left = grants_left;
+    while (left > 0 && !grants_left.compare_exchange_weak(left, left - 1)) {
+    }
+    if (left == 0) held -= more;
+    return left != 0;
+}
+
+Memory::Memory() : account_(std::make_shared<Account>()) {}
+
+Memory::Memory(std::int64_t bytes) : Memory() { account_->limit = bytes > 0 ? bytes : 0; }
+
+std::int64_t Memory::held() const { return account_->held; }
+
+void Memory::RefuseAfter(std::int64_t requests) { account_->grants_left = requests; }
+
+Memory::Block Memory::Take(std::int64_t count, std::size_t size) const {
+    const std::int64_t bytes = BytesOf(count, size);
+    if (!account_->Grant(bytes, 0)) return {};
+    void* const first = std::calloc(static_cast<std::size_t>(bytes), 1);
+    if (first) return {first, bytes, account_};
+    account_->held -= bytes;
+    return {};
+}
+
+bool Memory::Resize(Block& block, std::int64_t count, std::size_t size) const {
+    const std::int64_t bytes = BytesOf(count, size);
+    if (!account_->Grant(bytes, block.bytes)) return false;
+    void* const first = std::realloc(block.first, static_cast<std::size_t>(bytes));
+    if (!first) {
+        account_->held -= bytes - block.bytes;
+        return false;
+    }
+    block.first = first;
+    block.bytes = bytes;
+    return true;
+}
+
+void Memory::Release(Block& block) noexcept {
+    if (!block.first) return;
+    block.account->held -= block.bytes;
+    std::free(block.first);
+    block = {};
+}
+
+}  // namespace kiv

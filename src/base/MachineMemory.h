@@ -1,0 +1,15 @@
+// How much memory a process can take without swapping or being ended.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace kiv {
+
+/// Bytes that the machine has to spare ("MemAvailable" of Linux) or that the control groups of the
+/// process leave, whichever is less; the largest number where the system does not say.
+///
+/// `root` stands before the names of the system's files, for tests.
+std::int64_t AvailableMemory(const std::string& root = "");
+
+}  // namespace kiv

@@ -1,0 +1,53 @@
+// Where the eigenvectors of a state are kept: block by block, as the solver leaves them.
+//
+// A J has one square of numbers a symmetry block (SymBlock, in the order of MakeSymBlocks), one
+// eigenvector after the other in ascending energy, which is the order of the block's levels among
+// the energy ranks. Vectors of N components are VecLd(N) apart and filled up with zeros, so that
+// vector instructions need no remainder.
+#pragma once
+
+#include <cstdint>
+
+#include "kiv/array.h"
+#include "kiv/levels.h"
+#include "levels/Symmetry.h"
+
+namespace kiv {
+
+inline constexpr int kVecStep = 8;  // doubles in the widest vector
+
+/// Distance of the eigenvectors of a block of N functions.
+constexpr int VecLd(int N) { return (N + kVecStep - 1) / kVecStep * kVecStep; }
+
+/// Place of the eigenvectors of J: the sum of (2j+1) VecLd(2j+1), the most they need, over j < J.
+constexpr std::int64_t VecOffset(std::int64_t J) {
+    const std::int64_t q = J / 4, r = J % 4;  // VecLd(2j+1) = 8 (j/4 + 1)
+    return 128 * ((q - 1) * q * (2 * q - 1) / 3 + 3 * q * (q - 1) / 2 + q) +
+           8 * (q + 1) * (8 * q * r + r * r);
+}
+
+/// Numbers of an array that holds the eigenvectors up to max_J: room for a whole vector before and
+/// behind them, and to begin at a multiple of 64 bytes.
+constexpr std::int64_t VecLength(std::int64_t max_J) { return VecOffset(max_J + 1) + 3 * kVecStep; }
+
+/// The blocks of one J and the places of their first eigenvectors, counted from those of J.
+struct LevelBlocks {
+    SymBlock block[kMaxBlocks];
+    int num = 0;
+    std::int64_t vec[kMaxBlocks] = {};
+};
+
+LevelBlocks BlocksOf(std::uint8_t kept, int J);
+
+/// The first of `numbers` that begins at a multiple of 64 bytes, fewer than kVecStep further on.
+double* AlignVec(double* numbers);
+
+/// The eigenvectors of `J` in an array of VecLength numbers.
+double* VecStart(Array<double>& vectors, int J);
+const double* VecStart(const Array<double>& vectors, int J);
+
+/// One part of the eigenvectors of `J` over |J,K>, level by level in ascending energy: component K
+/// of energy rank r at out[r (2J+1) + J + K]. `part` is vectors_real or vectors_imag of `levels`.
+void ExpandVectors(const Levels& levels, int J, const Array<double>& part, double* out);
+
+}  // namespace kiv

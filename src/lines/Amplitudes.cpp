@@ -1,0 +1,192 @@
+#include "lines/Amplitudes.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "base/ArrayName.h"
+#include "base/Failure.h"
+
+namespace kiv {
+namespace {
+
+constexpr double kSqrtTwo = 1.41421356237309504880;
+constexpr double kSqrtHalf = 0.70710678118654752440;
+
+// What the product of the components of two folded functions stands for: K' > 0 counts twice,
+// since -K' contributes the same, and each K other than 0 brings a factor of 1/sqrt(2).
+double FoldScale(const SymBlock& to, int K_upper, int K_lower) {
+    if (!to.folded) return 1.0;
+    if (K_upper > 0) return K_lower != 0 ? 1.0 : kSqrtTwo;
+    return K_lower != 0 ? kSqrtHalf : 1.0;
+}
+
+}  // namespace
+
+Status Amplitudes::Begin(const Memory& memory, int max_J, bool is_complex) {
+    const int n = VecLd(2 * max_J + 1);
+    for (int type = 0; type < kNumBands; ++type) {
+        if (!real[type].Fit(memory, n) || (is_complex && !imag[type].Fit(memory, n))) {
+            return NoMemory(array_name::kPairAmplitudes);
+        }
+        std::fill(real[type].begin(), real[type].end(), 0.0);
+        std::fill(imag[type].begin(), imag[type].end(), 0.0);
+    }
+    return {};
+}
+
+Status AmplitudeSums::Begin(const Memory& memory, const LineTask& task) {
+    task_ = &task;
+    is_complex_ = task.is_complex();
+    kept_ = task.lower->kept & task.upper->kept;
+    KIV_TRY(lower_.Begin(memory, *task.lower, kept_));
+    for (UpperLevels& upper : upper_) KIV_TRY(upper.Begin(memory, *task.upper, kept_));
+    const std::int64_t n = 2 * std::int64_t{task.max_J()} + 1;
+    const std::int64_t room = RowLd(static_cast<int>(n)) + 3 * kVecStep;
+    for (Array<double>* array : {&factors_.level, &factors_.up, &factors_.down}) {
+        if (!array->Fit(memory, n)) return NoMemory(array_name::kFactors);
+    }
+    for (int l = 0; l < kLowers; ++l) {
+        if (!weight_real_[l].Fit(memory, room) ||
+            (is_complex_ && !weight_imag_[l].Fit(memory, room))) {
+            return NoMemory(array_name::kWeights);
+        }
+    }
+    if (is_complex_ && !cross_.Fit(memory, room)) return NoMemory(array_name::kWeights);
+    for (int type = 0; type < kNumBands; ++type) {
+        if (!task.IsActive(type)) continue;
+        for (Coupling& coupling : couplings_[type]) {
+            KIV_TRY(BeginCoupling(memory, static_cast<BandType>(type), room, coupling));
+        }
+    }
+    return {};
+}
+
+Status AmplitudeSums::BeginCoupling(const Memory& memory, BandType type, std::int64_t room,
+                                    Coupling& coupling) {
+    CoupleRun& run = coupling.run;
+    if (!coupling.plus.Fit(memory, room) || !coupling.minus.Fit(memory, room)) {
+        return NoMemory(array_name::kCouplings);
+    }
+    for (int l = 0; l < kLowers; ++l) {
+        if (!coupling.sum_real[l].Fit(memory, room) ||
+            (is_complex_ && !coupling.sum_imag[l].Fit(memory, room))) {
+            return NoMemory(array_name::kCouplings);
+        }
+        run.re.weight[l] = weight_real_[l].data();
+        run.im.weight[l] = weight_imag_[l].data();
+        run.re.sum[l] = coupling.sum_real[l].data();
+        run.im.sum[l] = coupling.sum_imag[l].data();
+    }
+    run.is_complex = is_complex_;
+    run.turn = type == kBandC;
+    run.plus = coupling.plus.data();
+    run.cross = cross_.data();
+    return {};
+}
+
+void AmplitudeSums::SetBranch(int J_lower, int J_upper) {
+    J_upper_ = J_upper;
+    factors_.Fill(*task_->cosines, J_lower, J_upper);
+    lower_.Load(J_lower);
+    now_ = &upper_[J_upper % 3];
+    now_->Load(J_upper);
+    for (int c = 0; c < lower_.num_classes(); ++c) {
+        partner_classes_[c] = 0;
+        for (int type = 0; type < kNumBands; ++type) SetCoupling(static_cast<BandType>(type), c);
+    }
+}
+
+void AmplitudeSums::SetCoupling(BandType type, int lower_class) {
+    Coupling& coupling = couplings_[type][lower_class];
+    coupling.upper_class = -1;
+    coupling.num_lowers = 0;
+    if (!task_->IsActive(type)) return;
+    const SymBlock& from = lower_.Class(lower_class);
+    const std::uint8_t odd = (from.odd ^ kMomentOdd[type]) & kept_;
+    const ClassLevels& upper = now_->by_class();
+    for (int c = 0; c < upper.num_classes(); ++c) {
+        if (upper.Class(c).odd != odd) continue;
+        coupling.upper_class = c;
+        partner_classes_[lower_class] |= 1U << c;
+        FillCoupling(type, from, upper.Class(c), coupling);
+    }
+}
+
+void AmplitudeSums::FillCoupling(BandType type, const SymBlock& from, const SymBlock& to,
+                                 Coupling& coupling) {
+    const int step = type == kBandA ? 0 : 1;  // K'' - K' of plus
+    const double sign = type == kBandB ? -1.0 : 1.0;
+    const Array<double>& up = type == kBandA ? factors_.level : factors_.up;
+    coupling.shift = (to.K0 + step - from.K0) / to.step;
+    CoupleRun& run = coupling.run;
+    run.minus = step != 0 ? coupling.minus.data() : nullptr;
+    run.lower_ld = VecLd(from.N);
+    run.num_rows = to.N;
+    run.ld = RowLd(to.N);
+    run.back = 2 / to.step;
+    const auto takes_part = [&](int m) { return m >= 0 && m < from.N; };
+    for (int m = 0; m < VecLd(to.N); ++m) {
+        coupling.plus[m] = coupling.minus[m] = 0.0;
+        if (m >= to.N) continue;
+        const int K = to.K(m), k = K + J_upper_;
+        if (takes_part(m + coupling.shift)) coupling.plus[m] = FoldScale(to, K, K + step) * up[k];
+        if (step == 0) continue;
+        if (to.folded && K == 0) {  // K'' = -1 is the function of K'' = 1
+            if (!takes_part(m + coupling.shift)) continue;
+            coupling.plus[m] += sign * from.T(1) * FoldScale(to, K, 1) * factors_.down[k];
+        } else if (takes_part(m + coupling.shift - run.back)) {
+            coupling.minus[m] = sign * FoldScale(to, K, K - 1) * factors_.down[k];
+        }
+    }
+}
+
+// The sums of a lower level, and of the next ones of its class, with upper levels first..last-1.
+// Each of the next levels mostly needs one more of them.
+void AmplitudeSums::CoupleLevels(Coupling& coupling, int lower_class, int index, int first,
+                                 int last) {
+    constexpr int kMore = kLowers;
+    const int c = coupling.upper_class;
+    CoupleRun& run = coupling.run;
+    coupling.lower = index;
+    coupling.num_lowers = std::min(kLowers, lower_.Class(lower_class).N - index);
+    coupling.first = first / kVecStep * kVecStep;  // vectors cross no cache line
+    coupling.last = std::min(last + kMore, now_->by_class().Class(c).N);
+    run.num_lowers = coupling.num_lowers;
+    run.num = coupling.last - coupling.first;
+    run.re.lower = lower_.Real(lower_class, index) + coupling.shift;
+    run.re.rows = now_->Real(c) + coupling.first;
+    if (is_complex_) {
+        run.im.lower = lower_.Imag(lower_class, index) + coupling.shift;
+        run.im.rows = now_->Imag(c) + coupling.first;
+    }
+    Couple(run);
+}
+
+void AmplitudeSums::Compute(int rank, const PartnerList& list, int first, int last,
+                            Amplitudes& result) {
+    const int c_lower = lower_.ClassOf(rank), index = lower_.IndexOf(rank);
+    const int place = list.below[first];
+    const int num = VecLd(list.below[last] - place);
+    const ClassLevels& upper = now_->by_class();
+    for (int type = 0; type < kNumBands; ++type) {
+        if (!task_->IsActive(type)) continue;  // has never been anything but 0
+        double *real = result.real[type].data(), *imag = result.imag[type].data();
+        std::fill_n(real, num, 0.0);
+        if (is_complex_) std::fill_n(imag, num, 0.0);
+        Coupling& coupling = couplings_[type][c_lower];
+        const int c = coupling.upper_class;
+        if (c < 0) continue;
+        const int j0 = upper.Below(c, first), j1 = upper.Below(c, last);
+        if (j0 == j1) continue;
+        if (!coupling.Holds(index, j0, j1)) CoupleLevels(coupling, c_lower, index, j0, j1);
+        const std::int32_t* places = list.place_of + upper.First(c);
+        const auto put = [&](const Array<double>& sum, double* out) {
+            const double* from = sum.data() + (j0 - coupling.first);
+            for (int j = j0; j < j1; ++j) out[places[j] - place] = *from++;
+        };
+        put(coupling.sum_real[index - coupling.lower], real);
+        if (is_complex_) put(coupling.sum_imag[index - coupling.lower], imag);
+    }
+}
+
+}  // namespace kiv

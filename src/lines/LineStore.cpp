@@ -1,0 +1,187 @@
+#include "lines/LineStore.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "base/ArrayName.h"
+#include "base/Failure.h"
+#include "base/Simd.h"
+
+namespace kiv {
+namespace {
+
+// The levels of lines whose values are in the store already, in whole groups: what is written
+// behind the last one is written again by the next.
+struct GroupRun {
+    std::int32_t num;
+    const LineBatch* from;
+    const std::int32_t* lower;        // one group
+    const std::int16_t* lower_label;  // one group, zero where the upper level has its own
+    std::int16_t* label;
+    std::int32_t* lower_index;
+    std::int32_t* upper_index;  // null: none
+};
+
+// Asks for the cache lines that a group some way further on will be written to: a store that has
+// outgrown the cache is filled at the pace at which they come.
+template <std::size_t Width, class T>
+KIV_INLINE void FetchGroup(const T* at) {
+    constexpr std::size_t kAhead = 1024, kLine = 64, kSize = Width * kLineGroup * sizeof(T);
+    const auto byte = reinterpret_cast<std::uintptr_t>(at) + kAhead;  // may lie behind the array
+    for (std::size_t i = 0; i < kSize; i += kLine) {
+        __builtin_prefetch(reinterpret_cast<const void*>(byte + i), 1);
+    }
+}
+
+template <class T>
+KIV_INLINE void CopyGroup(T* to, const T* from) {
+    std::memcpy(to, from, kLineGroup * sizeof(T));
+}
+
+template <class>
+KIV_INLINE void PutGroupsBody(const GroupRun& run) {
+    using Labels = std::int16_t __attribute__((vector_size(64)));
+    constexpr int kVectors = 6 * kLineGroup * sizeof(std::int16_t) / sizeof(Labels);
+    Labels lower[kVectors];
+    std::memcpy(lower, run.lower_label, sizeof lower);
+    const LineValues& values = run.from->values;
+    for (std::ptrdiff_t n = 0; n < run.num; n += kLineGroup) {
+        FetchGroup<1>(values.position + n);
+        FetchGroup<1>(values.intensity + n);
+        FetchGroup<1>(values.band + n);
+        FetchGroup<3>(values.amplitude_real + 3 * n);
+        FetchGroup<6>(run.label + 6 * n);
+        FetchGroup<1>(run.lower_index + n);
+        if (run.upper_index) FetchGroup<1>(run.upper_index + n);
+        CopyGroup(run.lower_index + n, run.lower);
+        if (run.upper_index) CopyGroup(run.upper_index + n, run.from->upper + n);
+        Labels upper[kVectors];
+        std::memcpy(upper, run.from->label + 6 * n, sizeof upper);
+        for (int v = 0; v < kVectors; ++v) upper[v] |= lower[v];
+        std::memcpy(run.label + 6 * n, upper, sizeof upper);
+    }
+}
+
+KIV_KERNEL(PutGroups, GroupRun)
+
+// One array of a list that grows with it, and its name when it is refused.
+template <class T>
+Status GrowArray(const Memory& memory, Array<T>& array, std::int64_t num, const char* name) {
+    if (array.is_null() || array.Resize(memory, num)) return {};
+    return NoMemory(name);
+}
+
+}  // namespace
+
+LineStore::LineStore(LineList& list, const Memory& memory, Trace* trace)
+    : list_(list), memory_(memory), trace_(trace) {
+    list_.size = 0;
+    Attach();
+}
+
+void LineStore::Attach() {
+    begin_ = {list_.position.data(), list_.intensity.data(), list_.band.data(),
+              list_.amplitude_real.data(), list_.amplitude_imag.data()};
+    label_ = list_.label.data();
+    lower_index_ = list_.lower_level.data();
+    upper_index_ = list_.upper_level.data();
+    room_ = list_.capacity;
+}
+
+void LineStore::SetLower(const LowerLevel& level) {
+    std::fill_n(lower_, kLineGroup, level.index);
+    for (int i = 0; i < kLineGroup; ++i) {
+        lower_label_[6 * i + 3] = static_cast<std::int16_t>(level.J);
+        lower_label_[6 * i + 4] = static_cast<std::int16_t>(level.ka);
+        lower_label_[6 * i + 5] = static_cast<std::int16_t>(level.kc);
+    }
+}
+
+LineValues LineStore::PlaceFor(std::int32_t num, const LineValues& elsewhere) const {
+    if (room_ - num_ < num + kLineGroup) return elsewhere;
+    const std::ptrdiff_t n = num_;
+    return {begin_.position + n, begin_.intensity + n, begin_.band + n,
+            begin_.amplitude_real + 3 * n,
+            begin_.amplitude_imag ? begin_.amplitude_imag + 3 * n : elsewhere.amplitude_imag};
+}
+
+Status LineStore::PutAll(const LineBatch& batch, std::int32_t num) {
+    if (batch.values.position != begin_.position + num_) {  // calculated elsewhere
+        for (std::int32_t i = 0; i < num; ++i) KIV_TRY(Put(batch, {&i, 1}));
+        return {};
+    }
+    PutGroups({num, &batch, lower_, lower_label_, label_ + std::ptrdiff_t{6} * num_,
+               lower_index_ + num_, upper_index_ ? upper_index_ + num_ : nullptr});
+    list_.size = num_ += num;
+    return {};
+}
+
+// Entries that stand in the list move down in it.
+Status LineStore::Put(const LineBatch& batch, std::span<const std::int32_t> lines) {
+    while (static_cast<std::int32_t>(lines.size()) > room_ - num_) KIV_TRY(Grow());
+    const LineValues& values = batch.values;
+    for (const std::int32_t line : lines) {
+        const auto n = static_cast<std::size_t>(num_++), from = static_cast<std::size_t>(line);
+        begin_.position[n] = values.position[from];
+        begin_.intensity[n] = values.intensity[from];
+        begin_.band[n] = values.band[from];
+        for (std::size_t type = 0; type < 3; ++type) {
+            begin_.amplitude_real[3 * n + type] = values.amplitude_real[3 * from + type];
+            if (begin_.amplitude_imag) {
+                begin_.amplitude_imag[3 * n + type] = values.amplitude_imag[3 * from + type];
+            }
+        }
+        std::memcpy(label_ + 6 * n, batch.label + 6 * from, 3 * sizeof(std::int16_t));
+        std::memcpy(label_ + 6 * n + 3, lower_label_ + 3, 3 * sizeof(std::int16_t));
+        lower_index_[n] = *lower_;
+        if (upper_index_) upper_index_[n] = batch.upper[from];
+    }
+    list_.size = num_;
+    return num_ < room_ ? Status() : Grow();
+}
+
+Status LineStore::Grow() {
+    if (trace_) trace_->Enter(Step::GrowStore);
+    list_.capacity += kMoreLines;
+    const std::int64_t n = list_.capacity;
+    KIV_TRY(GrowArray(memory_, list_.position, n, array_name::kMorePositions));
+    KIV_TRY(GrowArray(memory_, list_.intensity, n, array_name::kMoreIntensities));
+    KIV_TRY(GrowArray(memory_, list_.amplitude_real, 3 * n, array_name::kAmplitudes));
+    KIV_TRY(GrowArray(memory_, list_.amplitude_imag, 3 * n, array_name::kImaginaryAmplitudes));
+    KIV_TRY(GrowArray(memory_, list_.band, n, array_name::kBands));
+    KIV_TRY(GrowArray(memory_, list_.match_line, n, array_name::kMatches));
+    KIV_TRY(GrowArray(memory_, list_.match_assignment, n, array_name::kMatches));
+    KIV_TRY(GrowArray(memory_, list_.label, 6 * n, array_name::kLineLabels));
+    KIV_TRY(GrowArray(memory_, list_.lower_level, n, array_name::kLowerLevels));
+    KIV_TRY(GrowArray(memory_, list_.upper_level, n, array_name::kUpperLevels));
+    Attach();
+    if (trace_) trace_->Leave(Step::GrowStore);
+    return {};
+}
+
+Status LineList::Reserve(const Memory& memory, std::int32_t lines, bool is_complex,
+                         bool one_state) {
+    const std::int64_t n = lines;
+    size = capacity = matched = missing = 0;
+    if (!position.Take(memory, n)) return NoMemory(array_name::kPositions);
+    if (!intensity.Take(memory, n)) return NoMemory(array_name::kIntensities);
+    if (!amplitude_real.Take(memory, 3 * n)) return NoMemory(array_name::kAmplitudes);
+    amplitude_imag.Clear();
+    if (is_complex && !amplitude_imag.Take(memory, 3 * n)) {
+        return NoMemory(array_name::kImaginaryAmplitudes);
+    }
+    if (!band.Take(memory, n)) return NoMemory(array_name::kBands);
+    if (!match_line.Take(memory, n) || !match_assignment.Take(memory, n)) {
+        return NoMemory(array_name::kMatches);
+    }
+    if (!label.Take(memory, 6 * n)) return NoMemory(array_name::kLineLabels);
+    if (!lower_level.Take(memory, n)) return NoMemory(array_name::kLowerLevels);
+    upper_level.Clear();
+    if (one_state && !upper_level.Take(memory, n)) return NoMemory(array_name::kUpperLevels);
+    capacity = lines;
+    return {};
+}
+
+}  // namespace kiv

@@ -1,3 +1,0 @@
-#include "run/KivRecord.h"
-
-KivRecord Kiv;

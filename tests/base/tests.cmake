@@ -1,0 +1,1 @@
+kiv_tests(base SOURCES Array_test.cpp MachineMemory_test.cpp Numbers_test.cpp LINKS kiv_base)

@@ -1,0 +1,66 @@
+// The sort index against std::stable_sort; what it permutes is tested with the files.
+#include "linalg/Sort.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <limits>
+#include <numeric>
+#include <random>
+#include <vector>
+
+namespace kiv {
+namespace {
+
+using Order = std::vector<std::int32_t>;
+
+Order Counted(std::size_t n) {
+    Order order(n);
+    std::iota(order.begin(), order.end(), 0);
+    return order;
+}
+
+template <class Key>
+void ExpectStable(const std::vector<Key>& keys) {
+    Order expected = Counted(keys.size()), order = expected;
+    std::stable_sort(expected.begin(), expected.end(),
+                     [&keys](int a, int b) { return keys[a] < keys[b]; });
+    for (int granted : {-1, 0, 1}) {  // requests for memory; -1: all
+        Memory memory;
+        memory.RefuseAfter(granted);
+        SortIndex(std::span(keys), order, memory);
+        EXPECT_EQ(order, expected) << keys.size() << " with " << granted;
+    }
+}
+
+TEST(SortIndex, AgreesWithAStableSort) {
+    const double inf = std::numeric_limits<double>::infinity();
+    std::mt19937_64 random(1);
+    for (std::size_t n : {0, 1, 2, 3, 255, 256, 257, 5000}) {
+        const auto one_of = [&](const std::vector<double>& values) {
+            std::vector<double> keys(n);
+            for (double& key : keys) key = values[random() % values.size()];
+            return keys;
+        };
+        std::vector<double> uniform(n), any_bits(n), one_less(n, 5.0);
+        for (double& key : uniform) key = std::uniform_real_distribution(-1e3, 1e3)(random);
+        for (double& key : any_bits) key = std::bit_cast<double>(random() & ~(1ULL << 62));
+        if (n > 0) one_less.back() = 4.0;
+        for (const auto& keys :
+             {uniform, any_bits, one_less, one_of({-inf, -1.0, -0.0, 0.0, 5e-324, 1.0, inf})}) {
+            ExpectStable(keys);
+        }
+        std::vector<std::uint64_t> whole(n);
+        for (std::uint64_t& key : whole) key = random() >> random() % 64;
+        ExpectStable(whole);
+        Order lines(n);
+        const auto odd = one_of({inf - inf, -(inf - inf), 1.0, 2.0});
+        SortIndex(std::span(odd), lines, Memory());
+        std::sort(lines.begin(), lines.end());
+        EXPECT_EQ(lines, Counted(n)) << "keys that are not numbers lose no line";
+    }
+}
+
+}  // namespace
+}  // namespace kiv

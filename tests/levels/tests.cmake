@@ -1,0 +1,1 @@
+kiv_tests(levels SOURCES Levels_test.cpp LINKS kiv_levels)

@@ -1,1 +1,0 @@
-kiv_tests(transitions SOURCES Transitions_test.cpp LINKS kiv_transitions)
