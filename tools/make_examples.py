@@ -59,7 +59,7 @@ def state_block(run, state):
     text = f"# {label} STATE A, B AND C ROTATIONAL CONSTANTS:\n"
     text += constant_line([values.get(n, 0.0) for n in "ABC"])
     text += f"# {label} STATE PHI, THETA AND CHI EULER ANGLES (UHU-1 CCW+):\n"
-    text += columns(["%-18f", "%-18f", "%f"], (0.0, 0.0, 0.0))
+    text += columns(["%-18f", "%-18f", "%f"], run.get("tilt", {}).get(state, (0.0, 0.0, 0.0)))
     text += fit_line("ABC")
     for names, title in GROUPS:
         if title is None:
@@ -185,6 +185,10 @@ EXAMPLES = {
         "fit_stat": 1, "red_stat": 1, "max_j": 25, "delta_k": 2, "cutoff": 0.01,
         "tm_method": 1, "moment": (87.157242, 12.842759, 0.0), "temp": 4.0,
     },
+}
+EXAMPLES["7-azaindole/tilted.in"] = {
+    **EXAMPLES["7-azaindole/7-azaindole.in"], "base": "tilted", "tilt": {EXCITED: (0.0, 5.0, 0.0)},
+    "comment": "7-azaindole S1<-S0, axes of S1 tilted by 5 degrees (made up), 4 K",
 }
 MEASURED = {"so2/so2.asn": "so2.csv", "h2coh_plus/h2coh_plus.asn": "h2coh_plus.csv"}
 
