@@ -19,7 +19,7 @@ constexpr const char* kLabels[] = {"A    ", "B    ", "C    ", "PX   ", "PY   ", 
                                    "PXPY ", "PXPZ ", "PYPZ ", "DK   ", "DJK  ", "DJ   ",
                                    "dK   ", "dJ   ", "PZ3  ", "PX3  ", "PY3  ", "PZ2PX",
                                    "PZ2PY", "PX2PZ", "PY2PZ", "PZ5  ", "ORI  "};
-static_assert(std::size(kLabels) == kNumConstants + 1);
+static_assert(std::size(kLabels) == kNumFileConstants + 1);
 
 void PutRule(Console& log, const char* before, const char* after) {
     log.Log("%s%s%s%s", before, kHalfRule, kHalfRule, after);
@@ -62,10 +62,10 @@ void PutConstant(Console& log, int constant, double value, bool ends_line) {
 }
 
 void PutState(Console& log, const State& state) {
-    for (int c = 0; c < kNumConstants; ++c) {
+    for (int c = 0; c < kNumFileConstants; ++c) {
         const bool ends_line = c % kColumns == kColumns - 1;
         PutConstant(log, c, state.terms[c].value, ends_line);
-        if (ends_line || c == kNumConstants - 1) log.Log("\n");
+        if (ends_line || c == kNumFileConstants - 1) log.Log("\n");
     }
 }
 
@@ -192,7 +192,9 @@ void PutTable(Console& log, int first, int last, const FitTable& fit) {
 
 }  // namespace
 
-const char* LabelOf(int constant) { return kLabels[constant]; }
+const char* LabelOf(int constant) {
+    return kLabels[constant == kOrigin ? kNumFileConstants : constant];
+}
 
 void ListEnergies(Console& console, const Levels& levels, int J) {
     console.Enter("PrntEigErg");

@@ -128,7 +128,7 @@ class FrameListing {
 // The constants of `to` become those of `from`; all else stays.
 void CopyConstants(const Model& from, Model& to) {
     for (const StateIndex index : {kLower, kUpper}) {
-        for (int c = 0; c < kNumConstants; ++c) {
+        for (int c = 0; c < kNumFileConstants; ++c) {
             to.states[index].terms[c].value = from.states[index].terms[c].value;
         }
     }

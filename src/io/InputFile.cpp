@@ -45,7 +45,7 @@ void MatchStatus(InputFile& file) {
         for (Constant c : {Constant::A, Constant::B, Constant::C}) upper[c] = 0;
         return;
     }
-    for (int c = 0; c < kNumConstants; ++c) {
+    for (int c = 0; c < kNumFileConstants; ++c) {
         if (lower[c] == 1 || upper[c] == 1) lower[c] = upper[c] = 1;
     }
 }

@@ -61,7 +61,7 @@ bool IsOn(const InputFile& file, StateIndex state, Constant c) {
 State StateOf(const InputFile& file, StateIndex index) {
     const InputState& from = file.states[index];
     State state;
-    for (int c = 0; c < kNumConstants; ++c) {
+    for (int c = 0; c < kNumFileConstants; ++c) {
         Term& term = state.terms[c];
         term.value = from.value[c];
         term.on = IsOn(file, index, static_cast<Constant>(c));
@@ -148,7 +148,7 @@ Result<std::optional<ParityRule>> ParityOf(const InputFile& file) {
 
 void PutConstants(InputFile& file, const Model& model) {
     for (StateIndex state : {kLower, kUpper}) {
-        for (int c = 0; c < kNumConstants; ++c) {
+        for (int c = 0; c < kNumFileConstants; ++c) {
             file.states[state].value[c] = model.states[state].terms[c].value;
         }
     }

@@ -52,7 +52,13 @@ enum HeaderOffset : std::size_t {
 
 constexpr std::size_t kHeaderSlots = 50;  // room for constants of a state
 constexpr std::size_t kLabelSize = 10;    // of a label
-constexpr std::size_t kOriginSlot = kNumConstants;
+constexpr std::size_t kOriginSlot = kNumFileConstants;
+
+// Slot of a constant: those of positional files, the origin, then the higher ones.
+constexpr std::size_t SlotOf(int constant) {
+    return static_cast<std::size_t>(constant < kNumFileConstants ? constant : constant + 1);
+}
+static_assert(SlotOf(kNumConstants - 1) < kHeaderSlots);
 static_assert(kLabels + kHeaderSlots * kLabelSize == kValues);
 static_assert(kValues + 2 * kHeaderSlots * sizeof(double) == kDeviations);
 static_assert(kDeviations + 2 * kHeaderSlots * sizeof(double) == kRms);
@@ -79,8 +85,10 @@ class HeaderBytes {
     void SetConstants(std::size_t offset, const PerConstant<T>& lower, const PerConstant<T>& upper,
                       T origin) {
         const std::size_t second = offset + kHeaderSlots * sizeof(T);
-        Set(offset, lower.values);
-        Set(second, upper.values);
+        for (int c = 0; c < kNumConstants; ++c) {
+            Set(offset + SlotOf(c) * sizeof(T), lower[c]);
+            Set(second + SlotOf(c) * sizeof(T), upper[c]);
+        }
         Set(second + kOriginSlot * sizeof(T), origin);
     }
 
@@ -229,6 +237,17 @@ class LineSetWriter {
         return static_cast<std::size_t>(std::max(header_.num_fitted, 0));
     }
 
+    // Those of positional files, or all when a higher one is on.
+    int NumConstants() const {
+        for (const LineSetHeader::Constants& state : header_.states) {
+            const auto higher = state.status.values.begin() + kNumFileConstants;
+            if (std::find(higher, state.status.values.end(), 1) != state.status.values.end()) {
+                return kNumConstants;
+            }
+        }
+        return kNumFileConstants;
+    }
+
     HeaderBytes MakeHeader() const {
         const auto &lower = header_.states[kLower], &upper = header_.states[kUpper];
         const auto& lines = sorter_.lines();
@@ -239,11 +258,12 @@ class LineSetWriter {
         bytes.Set(kMomentAngles, header_.moment_angles);
         bytes.Set(kTemperatures, header_.temperatures);
         bytes.Set(kEnergyScale, header_.energy_per_kelvin);
-        bytes.SetInt(kConstants, kNumConstants);
-        for (std::size_t slot = 0; slot <= kOriginSlot; ++slot) {
-            const char* const name =
-                slot == kOriginSlot ? "ORI" : NameOf(static_cast<Constant>(slot));
-            bytes.SetText(kLabels + slot * kLabelSize, Label(name));
+        const int constants = NumConstants();
+        bytes.SetInt(kConstants, constants);
+        bytes.SetText(kLabels + kOriginSlot * kLabelSize, Label("ORI"));
+        for (int c = 0; c < constants; ++c) {
+            bytes.SetText(kLabels + SlotOf(c) * kLabelSize,
+                          Label(NameOf(static_cast<Constant>(c))));
         }
         bytes.SetConstants(kValues, lower.value, upper.value, header_.origin.value);
         bytes.SetConstants(kDeviations, lower.sd, upper.sd, header_.origin.sd);

@@ -11,6 +11,7 @@ constexpr double kTwoThirds = 0.6666666666666666;
 constexpr double kOneThird = 0.3333333333333333;
 
 constexpr double Sq(double x) { return x * x; }
+constexpr double Sixth(double x) { return x * x * x * x * x * x; }
 
 double One(double, int) { return 1.0; }
 double Half(double, int) { return 0.5; }
@@ -50,6 +51,36 @@ constexpr HamTerm kHamTerms[] = {
                                  [](double, int K) { return -0.5 * (Sq(K) + Sq(K + 2)); }},
     {Constant::dJ,    2, false, false, InReduction::A, kAllC2, [](double X, int) { return -X; }},
     {Constant::PZ5,   0, false, false, R, kC2a, [](double,   int K) { return Sq(Sq(K)) * K; }},
+    {Constant::HJ,    0, false, false, R, kAllC2, [](double X, int)   { return X * X * X; }},
+    {Constant::HJK,   0, false, false, R, kAllC2, [](double X, int K) { return X * X * Sq(K); }},
+    {Constant::HKJ,   0, false, false, R, kAllC2, [](double X, int K) { return X * Sq(Sq(K)); }},
+    {Constant::HK,    0, false, false, R, kAllC2, [](double,   int K) { return Sixth(K); }},
+    {Constant::hJ,    2, false, false, InReduction::S, kAllC2, [](double X, int) { return X * X; }},
+    {Constant::hJK,   4, false, false, InReduction::S, kAllC2, [](double X, int) { return X; }},
+    {Constant::hK,    6, false, false, InReduction::S, kAllC2, One},
+    {Constant::hJ,    2, false, false, InReduction::A, kAllC2, [](double X, int) { return X * X; }},
+    {Constant::hJK,   2, false, false, InReduction::A, kAllC2,
+                                 [](double X, int K) { return 0.5 * X * (Sq(K) + Sq(K + 2)); }},
+    {Constant::hK,    2, false, false, InReduction::A, kAllC2,
+                                 [](double, int K) { return 0.5 * (Sq(Sq(K)) + Sq(Sq(K + 2))); }},
+    {Constant::LJ,    0, false, false, R, kAllC2, [](double X, int)   { return Sq(X * X); }},
+    {Constant::LJJK,  0, false, false, R, kAllC2, [](double X, int K) { return X * X * X * Sq(K); }},
+    {Constant::LJK,   0, false, false, R, kAllC2, [](double X, int K) { return X * X * Sq(Sq(K)); }},
+    {Constant::LKKJ,  0, false, false, R, kAllC2, [](double X, int K) { return X * Sixth(K); }},
+    {Constant::LK,    0, false, false, R, kAllC2, [](double,   int K) { return Sq(Sq(Sq(K))); }},
+    {Constant::lJ,    2, false, false, InReduction::S, kAllC2,
+                                 [](double X, int) { return X * X * X; }},
+    {Constant::lJK,   4, false, false, InReduction::S, kAllC2, [](double X, int) { return X * X; }},
+    {Constant::lKJ,   6, false, false, InReduction::S, kAllC2, [](double X, int) { return X; }},
+    {Constant::lK,    8, false, false, InReduction::S, kAllC2, One},
+    {Constant::lJ,    2, false, false, InReduction::A, kAllC2,
+                                 [](double X, int) { return X * X * X; }},
+    {Constant::lJK,   2, false, false, InReduction::A, kAllC2,
+                                 [](double X, int K) { return 0.5 * X * X * (Sq(K) + Sq(K + 2)); }},
+    {Constant::lKJ,   2, false, false, InReduction::A, kAllC2,
+                                 [](double X, int K) { return 0.5 * X * (Sq(Sq(K)) + Sq(Sq(K + 2))); }},
+    {Constant::lK,    2, false, false, InReduction::A, kAllC2,
+                                 [](double, int K) { return 0.5 * (Sixth(K) + Sixth(K + 2)); }},
 };
 // clang-format on
 

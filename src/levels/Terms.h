@@ -16,7 +16,7 @@ namespace kiv {
 ///
 ///     s_d(J,K) = sqrt( prod_{m=0}^{d-1} [J(J+1) - (K+m)(K+m+1)] )
 ///
-/// d = 0..4, K = -J..J-d; dimensionless. s_0 = 1, s_1(J,-J) = sqrt(2J).
+/// d = 0..8, K = -J..J-d; dimensionless. s_0 = 1, s_1(J,-J) = sqrt(2J).
 /// Source: G. W. King, R. M. Hainer, P. C. Cross, J. Chem. Phys. 11, 27 (1943).
 double LadderRoot(int J, int K, int d);
 
@@ -39,7 +39,7 @@ struct HamTerm {
 std::span<const HamTerm> HamTerms();
 
 /// The widest step in K of any term.
-inline constexpr int kMaxDk = 4;
+inline constexpr int kMaxDk = 8;
 
 /// What is to be solved: a state with its constants in the axes of the basis, as a real or a
 /// complex Hamiltonian. A real one leaves out PY, PXPY, PYPZ, PY3, PZ2PY and PY2PZ.
@@ -60,7 +60,7 @@ struct Hamiltonian {
     /// matrix as it is and so breaks nothing.
     std::uint8_t KeptRotations() const;
 
-    /// The element <J,K+dk|H|J,K>, dk = 0..4; of the real terms, or of the imaginary ones as they
+    /// The element <J,K+dk|H|J,K>, dk = 0..8; of the real terms, or of the imaginary ones as they
     /// stand at <K|H|K+dk>.
     double Element(int J, int K, int dk, bool imaginary) const;
 };

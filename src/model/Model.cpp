@@ -8,14 +8,30 @@
 namespace kiv {
 namespace {
 
-constexpr const char* kNames[] = {"A",    "B",     "C",     "PX",    "PY",    "PZ", "PXPY", "PXPZ",
-                                  "PYPZ", "DK",    "DJK",   "DJ",    "dK",    "dJ", "PZ3",  "PX3",
-                                  "PY3",  "PZ2PX", "PZ2PY", "PX2PZ", "PY2PZ", "PZ5"};
+struct ConstantName {
+    const char* of_A;
+    const char* of_S;
+};
+
+constexpr ConstantName kNames[] = {
+    {"A", "A"},         {"B", "B"},         {"C", "C"},         {"PX", "PX"},
+    {"PY", "PY"},       {"PZ", "PZ"},       {"PXPY", "PXPY"},   {"PXPZ", "PXPZ"},
+    {"PYPZ", "PYPZ"},   {"DK", "DK"},       {"DJK", "DJK"},     {"DJ", "DJ"},
+    {"dK", "d2"},       {"dJ", "d1"},       {"PZ3", "PZ3"},     {"PX3", "PX3"},
+    {"PY3", "PY3"},     {"PZ2PX", "PZ2PX"}, {"PZ2PY", "PZ2PY"}, {"PX2PZ", "PX2PZ"},
+    {"PY2PZ", "PY2PZ"}, {"PZ5", "PZ5"},     {"HJ", "HJ"},       {"HJK", "HJK"},
+    {"HKJ", "HKJ"},     {"HK", "HK"},       {"hJ", "h1"},       {"hJK", "h2"},
+    {"hK", "h3"},       {"LJ", "LJ"},       {"LJJK", "LJJK"},   {"LJK", "LJK"},
+    {"LKKJ", "LKKJ"},   {"LK", "LK"},       {"lJ", "l1"},       {"lJK", "l2"},
+    {"lKJ", "l3"},      {"lK", "l4"}};
 static_assert(std::size(kNames) == kNumConstants);
 
 }  // namespace
 
-const char* NameOf(Constant constant) { return kNames[static_cast<std::size_t>(constant)]; }
+const char* NameOf(Constant constant, Reduction reduction) {
+    const ConstantName& name = kNames[static_cast<std::size_t>(constant)];
+    return reduction == Reduction::A ? name.of_A : name.of_S;
+}
 
 State State::Rigid(double A, double B, double C) {
     State state;

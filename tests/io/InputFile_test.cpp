@@ -144,7 +144,7 @@ TEST_F(InputFileTest, ModelAndSettingsOfADocument) {
     Model model = ModelOf(file);
     for (StateIndex s : {kLower, kUpper}) {
         const State& state = model.states[s];
-        for (int c = 0; c < kNumConstants; ++c) {
+        for (int c = 0; c < kNumFileConstants; ++c) {
             const auto which = static_cast<Constant>(c);
             EXPECT_EQ(state.value(which), 100 * (s + 1) + c + 0.25);
             EXPECT_EQ(state.terms[c].on,

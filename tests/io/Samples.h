@@ -115,7 +115,7 @@ class SampleTest : public FolderTest {
             const InputState& state = f.states[s];
             put(s == kLower ? "GROUND" : "EXCITED", state.angles.phi, state.angles.theta,
                 state.angles.chi);
-            for (int c = 0; c < kNumConstants; ++c) {
+            for (int c = 0; c < kNumFileConstants; ++c) {
                 out << std::left << std::setw(5) << NameOf(static_cast<Constant>(c));
                 put("", state.status[c], state.value[c], state.fit[c]);
             }

@@ -19,16 +19,20 @@
 namespace kiv {
 namespace {
 
-constexpr Constant kReal[] = {Constant::PX,  Constant::PZ,  Constant::PXPZ,  Constant::DK,
-                              Constant::DJK, Constant::DJ,  Constant::dK,    Constant::dJ,
-                              Constant::PZ3, Constant::PX3, Constant::PZ2PX, Constant::PX2PZ,
-                              Constant::PZ5};
+constexpr Constant kReal[] = {
+    Constant::PX,  Constant::PZ, Constant::PXPZ, Constant::DK,   Constant::DJK,   Constant::DJ,
+    Constant::dK,  Constant::dJ, Constant::PZ3,  Constant::PX3,  Constant::PZ2PX, Constant::PX2PZ,
+    Constant::PZ5, Constant::HJ, Constant::HJK,  Constant::HKJ,  Constant::HK,    Constant::hJ,
+    Constant::hJK, Constant::hK, Constant::LJ,   Constant::LJJK, Constant::LJK,   Constant::LKKJ,
+    Constant::LK,  Constant::lJ, Constant::lJK,  Constant::lKJ,  Constant::lK};
 constexpr Constant kComplex[] = {Constant::PY,  Constant::PXPY,  Constant::PYPZ,
                                  Constant::PY3, Constant::PZ2PY, Constant::PY2PZ};
 
 double SmallValue(Constant c) {
     const int place = static_cast<int>(c);
-    return c <= Constant::PYPZ ? 0.3 + 0.05 * place : 1e-3 * (place - 7);
+    if (c <= Constant::PYPZ) return 0.3 + 0.05 * place;
+    if (c <= Constant::PZ5) return 1e-3 * (place - 7);
+    return c <= Constant::hK ? 1e-5 * (place - 20) : 1e-7 * (place - 27);
 }
 
 Levels Solve(const State& state, int max_J, bool is_complex) {
@@ -99,7 +103,7 @@ std::vector<TermCase> TermCases() {
         const std::string tail = reduction == Reduction::A ? "_A" : "_S";
         for (const Constant c : all) {
             const bool is_complex = std::count(real.begin(), real.end(), c) == 0;
-            cases.push_back({NameOf(c) + tail, {c}, reduction, is_complex, {}});
+            cases.push_back({NameOf(c, reduction) + tail, {c}, reduction, is_complex, {}});
         }
         const std::vector<Constant> quartic = {Constant::DK, Constant::DJK, Constant::DJ,
                                                Constant::dK, Constant::dJ};
@@ -387,15 +391,18 @@ TEST(LevelWorkspace, SurvivesEveryRefusal) {
 TEST(LevelWorkspace, RefusesSizesBeyondItsLimitAndAllMachines) {
     Memory memory(std::int64_t{20} << 20);
     Workspace work(memory);
-    const std::pair<int, std::string> cases[] = {
-        {-1, "level energies"},     {-2147483647, "level energies"},
-        {46339, "level energies"},  {46340, "level energies"},
-        {100000, "level energies"}, {2147483647, "level energies"},
-        {500, "eigenvectors"},      {100, "imaginary parts of the eigenvectors"}};
+    const std::pair<int, std::string> cases[] = {{-1, "max_J"},
+                                                 {-2147483647, "max_J"},
+                                                 {46339, "level energies"},
+                                                 {46340, "level energies"},
+                                                 {100000, "level energies"},
+                                                 {2147483647, "level energies"},
+                                                 {500, "eigenvectors"},
+                                                 {100, "imaginary parts of the eigenvectors"}};
     for (const auto& [max_J, name] : cases) {
         const Result<Levels> levels = SolveLevels(FullState(true), max_J, work);
         ASSERT_FALSE(levels) << max_J;
-        EXPECT_EQ(levels.error().code, ErrorCode::NoMemory);
+        EXPECT_EQ(levels.error().code, max_J < 0 ? ErrorCode::OutOfRange : ErrorCode::NoMemory);
         EXPECT_EQ(levels.error().subject, name) << max_J;
         EXPECT_EQ(memory.held(), 0);
     }

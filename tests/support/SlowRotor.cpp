@@ -84,12 +84,48 @@ Axes Product(const Axes& a, const Axes& b) {
     return product;
 }
 
+SlowMatrix Power(const SlowMatrix& a, int n) {
+    SlowMatrix product = a;
+    for (int i = 1; i < n; ++i) product = product * a;
+    return product;
+}
+
+// The sextic and octic constants: P^2 to the power `square` times Pz to the power `z`, and for the
+// off-diagonal ones the step of the ladder operators in the S reduction.
+struct HighOperator {
+    Constant constant;
+    int square, z;  // of the A reduction and of diagonal constants
+    int square_S = 0, step_S = 0;
+};
+constexpr HighOperator kHighOperators[] = {
+    {Constant::HJ, 3, 0},       {Constant::HJK, 2, 2},       {Constant::HKJ, 1, 4},
+    {Constant::HK, 0, 6},       {Constant::hJ, 2, 0, 2, 2},  {Constant::hJK, 1, 2, 1, 4},
+    {Constant::hK, 0, 4, 0, 6}, {Constant::LJ, 4, 0},        {Constant::LJJK, 3, 2},
+    {Constant::LJK, 2, 4},      {Constant::LKKJ, 1, 6},      {Constant::LK, 0, 8},
+    {Constant::lJ, 3, 0, 3, 2}, {Constant::lJK, 2, 2, 2, 4}, {Constant::lKJ, 1, 4, 1, 6},
+    {Constant::lK, 0, 6, 0, 8},
+};
+
+SlowMatrix HighOperatorOf(const HighOperator& op, const Momenta& P, bool is_a) {
+    const double X = P.square(0, 0).real();
+    const auto scaled = [&](int power, const SlowMatrix& a) { return std::pow(X, power) * a; };
+    SlowMatrix z(P.z.n);
+    for (int i = 0; i < z.n; ++i) z(i, i) = 1.0;
+    if (op.z > 0) z = Power(P.z, op.z);
+    if (op.step_S == 0) return scaled(op.square, z);
+    if (is_a) return scaled(op.square, 0.5 * Anti(z, P.up * P.up + P.down * P.down));
+    return scaled(op.square_S, Power(P.up, op.step_S) + Power(P.down, op.step_S));
+}
+
 }  // namespace
 
 SlowMatrix SlowOperator(int J, Constant constant, Reduction reduction) {
     const bool is_a = reduction == Reduction::A;
     const Momenta P(J);
     const SlowMatrix ladder2 = P.up * P.up + P.down * P.down;
+    for (const HighOperator& op : kHighOperators) {
+        if (op.constant == constant) return HighOperatorOf(op, P, is_a);
+    }
     switch (constant) {
         case Constant::A:
             return P.z * P.z;
