@@ -32,6 +32,9 @@ struct Assignments {
     /// of one key keep their order. OutOfRange when quantum numbers name no level of their J.
     static Result<Assignments> From(std::span<const MeasuredLine> first,
                                     std::span<const MeasuredLine> second, const Memory& memory);
+
+    /// Line i, counted from 0 in the order of the keys.
+    MeasuredLine Line(std::int32_t i) const;
 };
 
 }  // namespace kiv

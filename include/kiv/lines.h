@@ -15,6 +15,19 @@
 
 namespace kiv {
 
+/// J, Ka, Kc of a level.
+struct LevelLabel {
+    int J = 0, Ka = 0, Kc = 0;
+};
+
+/// One line of a list.
+struct LineView {
+    double position = 0.0;
+    double intensity = 0.0;
+    char band = ' ';
+    LevelLabel upper, lower;
+};
+
 /// Lines as parallel arrays, one entry a line, in the order of calculation (ascending key).
 struct LineList {
     std::int32_t size = 0;
@@ -34,6 +47,9 @@ struct LineList {
     std::int32_t matched = 0;
     std::int32_t missing = 0;  // assignments of the set without a line
 
+    /// Line n, 0 <= n < size.
+    LineView Line(std::int32_t n) const;
+
     /// Takes room for `lines` lines. NoMemory names the array.
     Status Reserve(const Memory& memory, std::int32_t lines, bool is_complex, bool one_state);
 };
@@ -44,7 +60,8 @@ enum class LineChoice : std::uint8_t { All, Assigned };
 /// Computes the lines between `lower` and `upper`, which have the same max_J and are both real or
 /// both complex; the same object twice gives the lines within one state. `assignments` may be null.
 ///
-/// NoLines when none is left; NoMemory; Cancelled.
+/// NoLines when none is left; OutOfRange for an origin or temperature that is not finite or levels
+/// that do not fit together; NoMemory; Cancelled.
 Result<LineList> ComputeLines(const Model& model, const Levels& lower, const Levels& upper,
                               const LineRules& rules, const Assignments* assignments,
                               LineChoice choice, Workspace& work, Report& report);

@@ -10,7 +10,8 @@ namespace kiv {
 
 /// NoMemory for the array of this name; see ArrayName.h.
 inline Error NoMemory(const char* array) {
-    return {ErrorCode::NoMemory, std::string("not enough memory for ") + array, array};
+    return {ErrorCode::NoMemory,
+            *array ? std::string("not enough memory for ") + array : "not enough memory", array};
 }
 
 /// Tells the progress; Cancelled when the listener wants no more.

@@ -11,6 +11,7 @@
 #include "fit/CombinationDifferences.h"
 #include "fit/FitList.h"
 #include "fit/FitRows.h"
+#include "levels/Solution.h"
 #include "linalg/Svd.h"
 
 namespace kiv {
@@ -344,9 +345,17 @@ Status RunFit(const FitTask& task, Workspace& work, Report& report, PassRoom& ro
     return Fit(task, work, report, room, result).Run();
 }
 
-Result<FitResult> RunFit(const Model& model, const Settings& settings,
+Result<FitResult> RunFit(const Model& start, const Settings& settings,
                          const Assignments& assignments, LineChoice last, Workspace& work,
                          Report& report) try {
+    Model model = start;
+    for (const StateIndex index : {kLower, kUpper}) {
+        if (index == kUpper && model.one_state) continue;
+        KIV_TRY(CheckFinite(model.states[index]));
+        for (const Constant c : {Constant::A, Constant::B, Constant::C}) {
+            model.states[index].terms[c].on = true;  // as they always are
+        }
+    }
     FitTask task{&model, &settings, &assignments};
     task.is_complex =
         NeedsComplex(model.lower()) || (!model.one_state && NeedsComplex(model.upper()));

@@ -1,8 +1,10 @@
 #include "io/AssignmentFile.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <limits>
+#include <string>
 #include <string_view>
 
 #include "base/ArrayName.h"
@@ -257,13 +259,22 @@ class SetReader {
     bool complete_ = true;  // not ended by rows that were not found again
 };
 
+bool NamesLevel(int J, int Ka, int Kc) {
+    return Ka >= 0 && Kc >= 0 && Ka <= J && Kc <= J && (Ka + Kc == J || Ka + Kc == J + 1);
+}
+
 // Adds a set of lines.
 Status AddSet(Assignments& lines, std::span<const MeasuredLine> set, const Memory& memory) {
     for (const MeasuredLine& line : set) {
         const Row row{line.J_upper,  line.Ka_upper, line.Kc_upper,  line.J_lower,
                       line.Ka_lower, line.Kc_lower, line.frequency, line.uncertainty};
-        if (!IsWithin(row, {})) {
-            return Error{ErrorCode::OutOfRange, "quantum numbers that name no level", ""};
+        for (const auto& [J, Ka, Kc] : {std::array{line.J_upper, line.Ka_upper, line.Kc_upper},
+                                        std::array{line.J_lower, line.Ka_lower, line.Kc_lower}}) {
+            if (IsWithin(row, {}) && NamesLevel(J, Ka, Kc)) continue;
+            return Error{ErrorCode::OutOfRange,
+                         "J Ka Kc = " + std::to_string(J) + " " + std::to_string(Ka) + " " +
+                             std::to_string(Kc) + " name no level",
+                         ""};
         }
         const auto at = static_cast<std::int32_t>(&line - set.data());
         StoreRow(lines, lines.size + at, row);
@@ -314,6 +325,22 @@ Result<Assignments> Assignments::From(std::span<const MeasuredLine> first,
     lines.two_sets = !second.empty();
     KIV_TRY(AddSet(lines, second, memory));
     return lines;
+}
+
+MeasuredLine Assignments::Line(std::int32_t i) const {
+    const auto level = [](int J, int tau, int& Ka, int& Kc) {
+        Ka = (tau + 1) / 2;
+        Kc = J - tau / 2;
+    };
+    const auto at = static_cast<std::size_t>(i);
+    MeasuredLine line;
+    line.J_upper = KeyJUpper(key[at]);
+    line.J_lower = KeyJLower(key[at]);
+    level(line.J_upper, KeyTauUpper(key[at]), line.Ka_upper, line.Kc_upper);
+    level(line.J_lower, KeyTauLower(key[at]), line.Ka_lower, line.Kc_lower);
+    line.frequency = frequency[at];
+    line.uncertainty = uncertainty[at];
+    return line;
 }
 
 }  // namespace kiv

@@ -70,6 +70,8 @@ Status SolveAll(const LevelTask& task, LevelScratch& scratch, Report& report, Le
     return {};
 }
 
+}  // namespace
+
 Status CheckFinite(const State& state) {
     for (int c = 0; c < kNumConstants; ++c) {
         if (std::isfinite(state.terms[c].value)) continue;
@@ -83,8 +85,6 @@ Status CheckFinite(const State& state) {
     }
     return {};
 }
-
-}  // namespace
 
 Status Levels::Reserve(const Memory& memory, int highest_J, bool complex, int derivatives) {
     max_J = -1;
@@ -147,6 +147,7 @@ bool NeedsComplex(const State& state) {
 Result<Levels> SolveLevels(const State& state, int max_J, bool is_complex, Workspace& work,
                            Report& report) try {
     KIV_TRY(CheckFinite(state));
+    if (max_J < 0) return Error{ErrorCode::OutOfRange, "the highest J is negative", "max_J"};
     const TurnedState turned = Turn(state);
     const LevelTask task{{&turned, is_complex}, max_J, kLower};
     Levels levels;

@@ -25,6 +25,9 @@ void SolveReal(const Hamiltonian& H, int first, int last, LevelScratch& scratch,
 /// Solves `J` as a complex Hamiltonian.
 void SolveComplex(const Hamiltonian& H, int J, BlockScratch& scratch, Levels& levels);
 
+/// OutOfRange when a constant or an angle is not finite.
+Status CheckFinite(const State& state);
+
 /// Reserves `levels` for a task.
 Status Reserve(const LevelTask& task, const Memory& memory, Levels& levels);
 

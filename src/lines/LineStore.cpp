@@ -161,6 +161,12 @@ Status LineStore::Grow() {
     return {};
 }
 
+LineView LineList::Line(std::int32_t n) const {
+    const auto at = static_cast<std::size_t>(n);
+    const std::int16_t* q = &label[6 * at];
+    return {position[at], intensity[at], band[at], {q[0], q[1], q[2]}, {q[3], q[4], q[5]}};
+}
+
 Status LineList::Reserve(const Memory& memory, std::int32_t lines, bool is_complex,
                          bool one_state) {
     const std::int64_t n = lines;

@@ -1,6 +1,9 @@
 #include "lines/Pass.h"
 
+#include <algorithm>
+#include <cmath>
 #include <new>
+#include <string>
 
 #include "base/Failure.h"
 #include "base/Trace.h"
@@ -109,6 +112,34 @@ Status Pass::Run() {
 
 }  // namespace
 
+namespace {
+
+// All pairs of levels that a search can visit, and some room behind them, unless that is more than
+// lists begin with.
+std::int32_t FirstRoom(std::int64_t max_J) {
+    std::int64_t pairs = 1 + kLineGroup;
+    for (std::int64_t J = 0; J <= max_J && pairs < kFirstLines; ++J) {
+        pairs += (2 * J + 1) * (6 * J + 3);
+    }
+    return static_cast<std::int32_t>(std::min<std::int64_t>(pairs, kFirstLines));
+}
+
+Status CheckRules(const Model& model, const LineRules& rules) {
+    const auto refuse = [](const char* what) {
+        return Error{ErrorCode::OutOfRange, std::string(what) + " is not a finite number", what};
+    };
+    if (!std::isfinite(model.origin.value)) return refuse("origin");
+    if (!std::isfinite(rules.temperature)) return refuse("temperature");
+    if (!std::isfinite(rules.temperature2)) return refuse("temperature2");
+    if (rules.temperature > 0.0 && !(rules.energy_per_kelvin > 0.0)) {
+        return Error{ErrorCode::OutOfRange, "energy_per_kelvin is not positive",
+                     "energy_per_kelvin"};
+    }
+    return {};
+}
+
+}  // namespace
+
 Status PassRoom::ReserveLevels(const PassTask& task, const Memory& memory, StateIndex index) {
     const TurnedState state = Turn(task.model->states[index]);
     is_solved[index] = false;
@@ -137,11 +168,12 @@ Result<LineList> ComputeLines(const Model& model, const Levels& lower, const Lev
     if (lower.max_J != upper.max_J || lower.is_complex != upper.is_complex) {
         return Error{ErrorCode::OutOfRange, "the levels of the two states do not fit together", ""};
     }
+    KIV_TRY(CheckRules(model, rules));
     const bool one_state = &lower == &upper;
     auto& cosines = work.Part<Cosines>(Workspace::Slot::Pass);
     KIV_TRY(cosines.Fill(work.memory(), lower.max_J));
     LineList list;
-    KIV_TRY(list.Reserve(work.memory(), kFirstLines, lower.is_complex, one_state));
+    KIV_TRY(list.Reserve(work.memory(), FirstRoom(lower.max_J), lower.is_complex, one_state));
     LineTask task{};
     task.lower = &lower;
     task.upper = &upper;

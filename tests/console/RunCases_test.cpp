@@ -2,6 +2,7 @@
 // tests/console/texts/ one of what console and log say. A new case needs no code.
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <sstream>
 
 #include "support/ConsoleTest.h"
@@ -60,22 +61,18 @@ INSTANTIATE_TEST_SUITE_P(, RunCases, testing::ValuesIn(NamesIn(kTests / "runs"))
 
 // A text tells how the input of tests/runs/rigid_J1 is changed ([input]: comment, or comment @lines
 // below it, then the line), the assignments ([lines]), and blocks that console ([console]), log
-// ([log]), text list ([list]) and next input file ([next]) hold in this order, or that neither
-// console nor log holds ([absent]). Texts before the first section are remarks.
+// ([log]) or a file ([its name]) hold in this order, or that neither console nor log holds
+// ([absent]). What stands before the first section is a remark.
 class RunTexts : public ConsoleTest, public testing::WithParamInterface<std::string> {
   protected:
-    struct Section {
-        std::string kind, text;
-    };
-
-    static std::vector<Section> Read(const fs::path& path) {
-        std::vector<Section> sections(1);
+    static std::vector<std::pair<std::string, std::string>> SectionsOf(const fs::path& path) {
+        std::vector<std::pair<std::string, std::string>> sections(1);
         std::istringstream text(ReadText(path));
         for (std::string line; std::getline(text, line);) {
-            if (line.starts_with('[') && line.ends_with(']')) {
-                sections.push_back({line, ""});
+            if (line.starts_with('[') && line.ends_with(']') && line.find(' ') == line.npos) {
+                sections.emplace_back(line.substr(1, line.size() - 2), "");
             } else {
-                sections.back().text += line + "\n";
+                sections.back().second += line + "\n";
             }
         }
         return sections;
@@ -86,7 +83,6 @@ class RunTexts : public ConsoleTest, public testing::WithParamInterface<std::str
         std::istringstream text(section);
         for (std::string line; std::getline(text, line);) {
             const std::size_t bar = line.find(" | "), at = line.rfind(" @", bar);
-            EXPECT_NE(bar, std::string::npos) << line;
             const int offset = at == std::string::npos ? 1 : std::stoi(line.substr(at + 2));
             edits.push_back({line.substr(0, std::min(at, bar)), line.substr(bar + 3), offset});
         }
@@ -95,28 +91,21 @@ class RunTexts : public ConsoleTest, public testing::WithParamInterface<std::str
 };
 
 TEST_P(RunTexts, AreShown) {
-    std::vector<Edit> edits;
-    std::string lines;
-    const auto sections = Read(kTests / "console" / "texts" / (GetParam() + ".txt"));
+    const auto sections = SectionsOf(kTests / "console" / "texts" / (GetParam() + ".txt"));
+    std::map<std::string, std::string> given(sections.begin(), sections.end()), rest;
+    rest["console"] = RunText(InputText(EditsOf(given["input"])), given["lines"]).console;
+    rest["log"] = ReadText(fs::exists("input.log") ? "input.log" : "Kiv95_Debug.log");
+    const std::string all = rest["console"] + rest["log"];
     for (const auto& [kind, text] : sections) {
-        if (kind == "[input]") edits = EditsOf(text);
-        if (kind == "[lines]") lines = text;
-    }
-    const Ran ran = RunText(InputText(edits), lines);
-    const std::string log = ReadText(fs::exists("input.log") ? "input.log" : "Kiv95_Debug.log");
-    Files shown = {{"[console]", ran.console},
-                   {"[log]", log},
-                   {"[list]", ReadText("input.asc")},
-                   {"[next]", ReadText("input.in")}};
-    for (const auto& [kind, text] : sections) {
-        if (kind == "[absent]") {
-            EXPECT_FALSE(Has(ran.console, text) || Has(log, text)) << text;
+        if (kind.empty() || kind == "input" || kind == "lines") continue;
+        if (kind == "absent") {
+            EXPECT_FALSE(Has(all, text)) << text;
+            continue;
         }
-        if (!shown.contains(kind)) continue;
-        std::string& rest = shown[kind];
-        const std::size_t at = rest.find(text);
-        ASSERT_NE(at, std::string::npos) << kind << "\n" << text << "is not in\n" << rest;
-        rest.erase(0, at + text.size());
+        if (!rest.contains(kind)) rest[kind] = ReadText(kind);
+        const std::size_t at = rest[kind].find(text);
+        ASSERT_NE(at, std::string::npos) << kind << "\n" << text << "is not in\n" << rest[kind];
+        rest[kind].erase(0, at + text.size());
     }
 }
 

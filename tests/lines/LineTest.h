@@ -114,10 +114,7 @@ class Listener : public Report, public Trace {
         grown += step == Step::GrowStore;
     }
     void Pair(const PairView&) override { ++pairs; }
-    void KeptPair(const LineList& list, const PairView& pair, double origin) override {
-        const double position = origin + pair.upper->Energy(pair.J_upper, pair.rank_upper) -
-                                pair.lower->Energy(pair.J_lower, pair.rank_lower);
-        EXPECT_EQ(list.position[list.size - 1], position);
+    void KeptPair(const LineList& list, const PairView&, double) override {
         EXPECT_EQ(list.size, ++kept);
     }
     void MissingLine(std::int32_t assignment, double frequency) override {

@@ -260,23 +260,19 @@ TEST(Lines, StayInTheWindowOfDeltaK) {
 }
 
 TEST(Lines, NeedLevelsThatFitTogether) {
-    Workspace work;
-    Report silent;
-    const Model model = TwoStates();
-    const auto levels = [&](int max_J, bool is_complex) {
-        return SolveLevels(model.lower(), max_J, is_complex, work, silent).value();
-    };
-    const Levels three = levels(3, false), four = levels(4, false), imaginary = levels(3, true),
-                 single = levels(0, false), empty;
-    const auto code = [&](const Levels& lower, const Levels& upper) {
-        const auto lines =
-            ComputeLines(model, lower, upper, {}, nullptr, LineChoice::All, work, silent);
+    const auto code = [](int lower_J, bool lower_complex, int upper_J) {
+        Workspace work;
+        Report silent;
+        const State state = StdRotor();
+        const auto lower = SolveLevels(state, lower_J, lower_complex, work, silent);
+        const auto upper = SolveLevels(state, upper_J, false, work, silent);
+        const auto lines = ComputeLines(TwoStates(), lower.value(), upper.value(), {}, nullptr,
+                                        LineChoice::All, work, silent);
         return lines ? ErrorCode::BadInput : lines.error().code;
     };
-    EXPECT_EQ(code(three, four), ErrorCode::OutOfRange);
-    EXPECT_EQ(code(three, imaginary), ErrorCode::OutOfRange);
-    EXPECT_EQ(code(empty, empty), ErrorCode::NoLines);
-    EXPECT_EQ(code(single, single), ErrorCode::NoLines);
+    EXPECT_EQ(code(3, false, 4), ErrorCode::OutOfRange);
+    EXPECT_EQ(code(3, true, 3), ErrorCode::OutOfRange);
+    EXPECT_EQ(code(0, false, 0), ErrorCode::NoLines);
 }
 
 }  // namespace
