@@ -69,7 +69,7 @@ struct PerConstant {
 /// A constant of a state.
 struct Term {
     double value = 0.0;
-    bool on = false;  // takes part in the Hamiltonian; A, B and C always do
+    bool on = false;   // takes part in the Hamiltonian; A, B and C always do
     bool fit = false;  // is varied in a fit
     double sd = 0.0;   // standard deviation of the last fit
 };
