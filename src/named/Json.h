@@ -1,7 +1,7 @@
 // JSON text, put together value by value.
 #pragma once
 
-#include <cstdint>
+#include <concepts>
 #include <string>
 #include <string_view>
 
@@ -28,8 +28,7 @@ class JsonWriter {
     JsonWriter& Value(std::string_view text);
     JsonWriter& Value(const char* text) { return Value(std::string_view(text)); }
     JsonWriter& Value(double number);
-    JsonWriter& Value(std::int64_t number) { return Put(std::to_string(number)); }
-    JsonWriter& Value(int number) { return Put(std::to_string(number)); }
+    JsonWriter& Value(std::integral auto number) { return Put(std::to_string(number)); }
     JsonWriter& Value(bool truth) { return Put(truth ? "true" : "false"); }
     JsonWriter& Null() { return Put("null"); }
 

@@ -49,6 +49,7 @@ TEST_F(Conversion, ScalesTheFrequenciesOnRequestAndWithAFile) {
     EXPECT_TRUE(Has(ReadText("lines.asn"), "800025.000000")) << "once more: scaled again";
     fs::remove("lines.asn");
     Expect("y\n", kGoesOn, "");
+    EXPECT_TRUE(Has(ReadText("input.log"), "BAND LABEL         = D\n")) << "turned b/c";
     fs::create_directory("lines.asn");
     Expect("y\n10\n", kRefused, "");
     // a later version says itself that its format is the old one

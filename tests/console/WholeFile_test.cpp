@@ -20,9 +20,10 @@ namespace fs = std::filesystem;
 
 class WholeFileTest : public FolderTest {
   protected:
-    static bool Write(const std::string& name, const std::string& text) {
+    static bool Write(const std::string& name, const std::string& text,
+                      WholeFile::Kind kind = WholeFile::Kind::Result) {
         WholeFile file;
-        return file.Open(name) && (file.Put(text.data(), text.size()), file.Keep());
+        return file.Open(name, kind) && (file.Put(text.data(), text.size()), file.Keep());
     }
 
     static std::ptrdiff_t NumFiles() {
@@ -77,24 +78,26 @@ TEST_F(WholeFileTest, FailsWhereNothingCanBeWritten) {
     EXPECT_TRUE(fs::is_symlink("full"));
 }
 
-// As a user without rights: a protected file stays, a file in a protected folder takes the text.
+// As a user without rights: a protected file stays, a file in a protected folder takes the text
+// unless it is precious.
 TEST_F(WholeFileTest, RespectsProtection) {
     fs::create_directory("closed");
-    for (const char* name : {"protected", "closed/b"}) WriteText(name, "old");
+    for (const char* name : {"protected", "closed/b", "closed/c"}) WriteText(name, "old");
     fs::permissions("protected", fs::perms(0444));
-    fs::permissions("closed/b", fs::perms(0666));
+    for (const char* name : {"closed/b", "closed/c"}) fs::permissions(name, fs::perms(0666));
     fs::permissions("closed", fs::perms(0555));
     fs::permissions(".", fs::perms(0777));
     const pid_t child = fork();
     if (child == 0) {
         if (geteuid() == 0 && setuid(65534) != 0) _exit(99);
-        _exit((Write("protected", "new") ? 1 : 0) + (Write("closed/b", "new") ? 2 : 0));
+        _exit((Write("protected", "new") ? 1 : 0) + (Write("closed/b", "new") ? 2 : 0) +
+              (Write("closed/c", "new", WholeFile::Kind::Precious) ? 4 : 0));
     }
     int status = 0;
     waitpid(child, &status, 0);
     fs::permissions("closed", fs::perms(0755));
     EXPECT_EQ(WEXITSTATUS(status), 2);
-    EXPECT_EQ(ReadText("protected"), "old");
+    for (const char* name : {"protected", "closed/c"}) EXPECT_EQ(ReadText(name), "old");
     EXPECT_EQ(ReadText("closed/b"), "new");
 }
 

@@ -15,7 +15,7 @@ TEST(JsonTest, IsReadBackAsItWasMeant) {
     for (int c = 0; c < 128; ++c) text += static_cast<char>(c);
     text += "\xC3\xA4 \xE2\x82\xAC \xF0\x9D\x84\x9E";
     JsonWriter json;
-    json.Object().Member("text", text).Member("third", 1.0 / 3).Member("whole", 3289);
+    json.Object().Member("text", text).Member("third", 1.0 / 3).Member("whole", std::size_t{3289});
     json.Member("big", std::int64_t{1} << 60).Member("tiny", -4.9e-324).Member("yes", true);
     json.Member("nan", std::nan("")).Member("inf", -std::numeric_limits<double>::infinity());
     json.Key("list").Array().Value(1.5).Array().End().Object().End().Null().Value("x").End();

@@ -50,9 +50,11 @@ std::string ConsoleTest::InputText(const std::vector<Edit>& edits) {
 }
 
 std::string ConsoleTest::OldInputText() {
-    return With(
-        ReadText(kTests / "io" / "files" / "v1.2.in"),
-        {{"base_name", "input"}, {"\n41\n", "\n3\n"}, {"\n13 16 ", "\n0 16 "}, {"\nY\n", "\nN\n"}});
+    return With(ReadText(kTests / "io" / "files" / "v1.2.in"), {{"base_name", "input"},
+                                                                {"C/B 5 18", "C/B 5 1"},
+                                                                {"\n41\n", "\n3\n"},
+                                                                {"\n13 16 ", "\n0 16 "},
+                                                                {"\nY\n", "\nN\n"}});
 }
 
 std::string ConsoleTest::With(std::string text,
