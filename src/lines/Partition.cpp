@@ -1,0 +1,294 @@
+#include "kiv/partition.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <new>
+#include <optional>
+#include <vector>
+
+#include "base/ExpFunc.h"
+#include "base/Failure.h"
+#include "base/Trig.h"
+#include "levels/Bands.h"
+#include "levels/Solution.h"
+#include "linalg/Eispack.h"
+#include "linalg/Hermitian.h"
+#include "linalg/Tridiagonal.h"
+#include "lines/PairRules.h"
+
+namespace kiv {
+namespace {
+
+constexpr double kNeededShare = 0.999;
+constexpr double kOpen = 1e-7;      // of the sum: terms that are missed at its end
+constexpr double kColdest = 690.0;  // kT above which a level counts nothing
+constexpr int kFirstRoom = 63;      // highest J of the first scratch
+
+// Energies of one J after the other, without eigenvectors.
+class EnergySolver {
+  public:
+    EnergySolver(const State& state, const Memory& memory)
+        : turned_(Turn(WithoutIdleTilt(state))),
+          H_{&turned_, NeedsComplex(WithoutIdleTilt(state))},
+          memory_(memory) {}
+
+    /// The 2J + 1 energies of J, ascending only when `sorted`.
+    Status Solve(int J, bool sorted) {
+        if (J > room_) {
+            room_ = std::max(kFirstRoom, 2 * J);
+            KIV_TRY(scratch_.Fit(memory_, room_, H_.is_complex));
+            const auto n = static_cast<std::size_t>(2 * room_ + 1);
+            if (!H_.is_complex && !matrix_.Take(memory_, static_cast<std::int64_t>(n * n))) {
+                return NoMemory("");
+            }
+        }
+        BuildBlocks(H_, J, scratch_);
+        for (int b = 0; b < scratch_.blocks.num; ++b) SolveBlock(b);
+        size_ = static_cast<std::size_t>(2 * J + 1);
+        if (sorted) std::sort(scratch_.energies.data(), scratch_.energies.data() + size_);
+        return {};
+    }
+
+    std::span<const double> energies() { return scratch_.energies.Part(0, size_); }
+
+    /// Highest J at which terms linear in P can still let the lowest level fall.
+    double last_fall() const {
+        const auto& value = turned_.value;
+        const double linear = std::fabs(value[Constant::PX]) + std::fabs(value[Constant::PY]) +
+                              std::fabs(value[Constant::PZ]);
+        const auto& given = turned_.is_turned ? turned_.given
+                                              : std::array{value[Constant::A], value[Constant::B],
+                                                           value[Constant::C]};
+        return 1.0 + linear / *std::min_element(given.begin(), given.end());
+    }
+
+  private:
+    // Turned axes change no energy as long as there are no other constants.
+    static State WithoutIdleTilt(State state) {
+        bool is_rigid = true;
+        for (int c = 3; c < kNumConstants; ++c) {
+            is_rigid &= !state.terms[c].on || state.terms[c].value == 0.0;
+        }
+        if (is_rigid) state.tilt = {};
+        return state;
+    }
+
+    void SolveBlock(int b) {
+        const int N = scratch_.blocks.block[b].N, first = scratch_.first[b];
+        double* const d = scratch_.energies.data() + first;
+        double* const e = scratch_.subdiagonal.data();
+        const HamOp &real = scratch_.ham[0], &imaginary = scratch_.ham[1];
+        if (H_.is_complex) {
+            double *re = scratch_.matrix_real.data(), *im = scratch_.matrix_imag.data();
+            FillTriangle(real, first, N, 1.0, re);
+            FillTriangle(imaginary, first, N, -1.0, im);
+            htridi(N, N, re, im, d, e, scratch_.subdiagonal2.data(), scratch_.phases.data());
+        } else if (real.width <= 1) {
+            for (int m = 0; m < N; ++m) {
+                d[m] = real.band[0][first + m];
+                if (m > 0) e[m] = real.width > 0 ? real.band[1][first + m - 1] : 0.0;
+            }
+        } else {
+            FillTriangle(real, first, N, 1.0, matrix_.data());
+            tred2(N, N, matrix_.data(), d, e, matrix_.data());
+        }
+        TridiagonalValues(N, d, e);
+    }
+
+    static void FillTriangle(const HamOp& op, int first, int N, double sign, double* a) {
+        for (int col = 0; col < N; ++col) {
+            for (int row = col; row < N; ++row) {
+                const int b = row - col;
+                a[static_cast<std::size_t>(col) * static_cast<std::size_t>(N) + row] =
+                    b <= op.width ? sign * op.band[b][first + col] : 0.0;
+            }
+        }
+    }
+
+    TurnedState turned_;
+    Hamiltonian H_;
+    const Memory& memory_;
+    BlockScratch scratch_;
+    Array<double> matrix_;
+    int room_ = -1;
+    std::size_t size_ = 0;
+};
+
+// Sums over the levels of both states, J by J.
+class Summation {
+  public:
+    Summation(const LineRules& rules, const PartitionOptions& options)
+        : rules_(rules),
+          options_(options),
+          kT_(rules.temperature * rules.energy_per_kelvin),
+          equal_(std::all_of(rules.spin_weights.begin(), rules.spin_weights.end(),
+                             [&](std::int32_t w) { return w == rules.spin_weights[0]; })) {}
+
+    /// Adds the levels of a state at origin + E, counted from `zero`.
+    Status Add(const State& state, double origin, double zero, const Memory& memory) {
+        KIV_TRY(CheckFinite(state));
+        for (const Constant c : {Constant::A, Constant::B, Constant::C}) {
+            if (state.value(c) > 0.0) continue;
+            return Error{ErrorCode::OutOfRange, "a rotational constant is not positive", NameOf(c)};
+        }
+        EnergySolver solver(state, memory);
+        double below = std::numeric_limits<double>::infinity();  // lowest level of J - 1
+        double last = 0.0, before_last = 0.0;                    // terms
+        for (int J = 0;; ++J) {
+            KIV_TRY(solver.Solve(J, !equal_));
+            const auto energies = solver.energies();
+            const double lowest = *std::min_element(energies.begin(), energies.end());
+            const bool is_open = std::max(last, before_last) >= kOpen * sum_;
+            if (J > solver.last_fall() && lowest < below) {
+                result_.turned_over |= is_open;
+                return {};
+            }
+            if (J > options_.last_J) {
+                result_.cut_short |= is_open;
+                return {};
+            }
+            below = lowest;
+            lowest_ = std::min(lowest_, origin + lowest);
+            before_last = last;
+            last = Term(J, energies, origin - zero);
+            Count(J, last);
+            const bool is_cold = origin - zero + lowest > kColdest * kT_;
+            const bool falls = last <= before_last || last < 1e-9 * options_.negligible * sum_;
+            if (is_cold || (IsNegligible(last) && IsNegligible(before_last) && falls && J > 0)) {
+                return {};
+            }
+        }
+    }
+
+    Partition Finish(int max_J, double zero) {
+        const double shift = ExpFunc(std::clamp((lowest_ - zero) / kT_, -kColdest, kColdest));
+        double sum = 0.0;
+        bool is_enough = false;
+        for (int J = 0; J <= result_.last_J; ++J) {
+            sum += terms_[static_cast<std::size_t>(J)];
+            if (J <= max_J) result_.up_to_max_J = shift * sum;
+            if (!is_enough) result_.J_needed = J;
+            is_enough |= sum >= kNeededShare * sum_;
+        }
+        result_.Q = shift * sum;
+        return std::move(result_);
+    }
+
+  private:
+    bool IsNegligible(double term) const { return term < options_.negligible * sum_; }
+
+    double Term(int J, std::span<const double> energies, double origin) const {
+        double sum = 0.0;
+        for (int rank = 0; rank <= 2 * J; ++rank) {
+            const int ka = (rank + 1) / 2, kc = J - rank / 2;
+            const double weight = rules_.spin_weights[static_cast<std::size_t>(SpinClass(ka, kc))];
+            const double x = (origin + energies[static_cast<std::size_t>(rank)]) / kT_;
+            if (x < kColdest) sum += weight * ExpFunc(-x);
+        }
+        return (2 * J + 1) * sum;
+    }
+
+    void Count(int J, double term) {
+        if (static_cast<std::size_t>(J) == terms_.size()) terms_.push_back(0.0);
+        terms_[static_cast<std::size_t>(J)] += term;
+        sum_ += term;
+        result_.last_J = std::max(result_.last_J, J);
+    }
+
+    const LineRules& rules_;
+    const PartitionOptions& options_;
+    double kT_;
+    bool equal_;  // spin weights
+    double lowest_ = std::numeric_limits<double>::infinity();
+    double sum_ = 0.0;
+    std::vector<double> terms_;
+    Partition result_;
+};
+
+Status CheckSettings(const Model& model, const Settings& settings) {
+    const auto refuse = [](const char* text, const char* subject) {
+        return Error{ErrorCode::OutOfRange, text, subject};
+    };
+    const LineRules& rules = settings.lines;
+    const double kT = rules.temperature * rules.energy_per_kelvin;
+    if (!(kT > 0.0) || !std::isfinite(kT)) {
+        return refuse("a partition function needs a temperature above 0", "temperature");
+    }
+    if (!std::isfinite(model.origin.value)) {
+        return refuse("the origin is not a finite number", "origin");
+    }
+    if (settings.max_J < 0) return refuse("the highest J is negative", "max_J");
+    for (const std::int32_t weight : rules.spin_weights) {
+        if (weight < 0) return refuse("a spin weight is negative", "spin_weights");
+    }
+    return {};
+}
+
+// (4 / sqrt(pi)) int_0^sqrt(x) t^2 exp(-t^2) dt by its power series.
+double InsideSphere(double x) {
+    constexpr double kGamma = 1.3293403881791370205;  // Gamma(5/2)
+    constexpr double kAll = 60.0;
+    if (x > kAll) return 1.0;
+    double term = 1.0, sum = 1.0;
+    for (double a = 2.5; term > 1e-12 * sum; a += 1.0) {
+        term *= x / a;
+        sum += term;
+    }
+    return x * std::sqrt(x) * ExpFunc(-x) / kGamma * sum;
+}
+
+}  // namespace
+
+Result<Partition> SumPartition(const Model& model, const Settings& settings, Workspace& work,
+                               const PartitionOptions& options) try {
+    KIV_TRY(CheckSettings(model, settings));
+    const auto& weights = settings.lines.spin_weights;
+    if (std::all_of(weights.begin(), weights.end(), [](std::int32_t w) { return w == 0; })) {
+        return Partition{};
+    }
+    Summation summation(settings.lines, options);
+    const double origin = model.one_state ? 0.0 : model.origin.value;
+    const double zero = std::min(origin, 0.0);
+    KIV_TRY(summation.Add(model.lower(), 0.0, zero, work.memory()));
+    if (!model.one_state) {
+        KIV_TRY(summation.Add(model.upper(), origin, zero, work.memory()));
+    }
+    return summation.Finish(settings.max_J, zero);
+} catch (const std::bad_alloc&) {
+    return NoMemory("");
+}
+
+double ClassicalPartition(double A, double B, double C, double kT) {
+    return std::sqrt(3.14159265358979323846 * kT / A * (kT / B) * (kT / C));
+}
+
+// With x = cos(theta) from the a axis and C' = B cos^2(phi) + C sin^2(phi) the share inside the
+// sphere is that of its directions, weighted by (C' + (A - C') x^2)^(-3/2). In
+// v = x sqrt(A / (C' + (A - C') x^2)) this weight is a constant, 1 / (C' sqrt(A)).
+double ClassicalShare(double A, double B, double C, double kT, double J) {
+    constexpr int kAngles = 8;  // phi from 0 to pi/2, by the midpoint rule
+    // Gauss and Legendre's nodes for v from -1 to 1, of which v from 0 to 1 has the positive ones
+    constexpr double kNode[] = {0.0950125098376374, 0.2816035507792589, 0.4580167776572274,
+                                0.6178762444026438, 0.7554044083550030, 0.8656312023878318,
+                                0.9445750230732326, 0.9894009349916499};
+    constexpr double kWeight[] = {0.1894506104550685, 0.1826034150449236, 0.1691565193950025,
+                                  0.1495959888165767, 0.1246289712555339, 0.0951585116824928,
+                                  0.0622535239386479, 0.0271524594117541};
+    const double R = J + 1.0;
+    double share = 0.0, whole = 0.0;
+    for (int i = 0; i < kAngles; ++i) {
+        const double cosine = Cos(1.57079632679489661923 * (i + 0.5) / kAngles);
+        const double across = C + (B - C) * cosine * cosine;
+        double sum = 0.0;
+        for (int k = 0; k < 8; ++k) {
+            const double q = A * across / (A - (A - across) * kNode[k] * kNode[k]);
+            sum += kWeight[k] * InsideSphere(R * R * q / kT);
+        }
+        share += sum / across;
+        whole += 1.0 / across;
+    }
+    return share / whole;
+}
+
+}  // namespace kiv
