@@ -20,12 +20,13 @@ namespace kiv {
 /// A constant that was varied.
 struct FitParameter {
     StateIndex state = kLower;
-    std::optional<Constant> constant;  // none: the origin
+    std::optional<Constant> constant;    // none: the origin
+    Reduction reduction = Reduction::A;  // of the state, which names the constant
     double start = 0.0;
     double value = 0.0;
     double sd = 0.0;  // root of its variance in FitResult::covariance
 
-    /// "lower.A", "upper.dK", "origin".
+    /// "lower.A", "upper.d1", "upper.origin".
     std::string Name() const;
 };
 

@@ -298,6 +298,7 @@ std::vector<FitParameter> ParametersOf(const FitList& list, const Model& start, 
         FitParameter parameter;
         parameter.state = list.state[slot];
         if (c != kOrigin) parameter.constant = static_cast<Constant>(c);
+        parameter.reduction = now.states[parameter.state].reduction;
         parameter.start = TermOf(start, list.state[slot], c).value;
         parameter.value = term.value;
         parameter.sd = term.sd;
@@ -330,8 +331,8 @@ void AddResiduals(const RowSource& source, const PassRoom& room, bool within_low
 }  // namespace
 
 std::string FitParameter::Name() const {
-    if (!constant) return "origin";
-    return std::string(state == kLower ? "lower." : "upper.") + NameOf(*constant);
+    if (!constant) return "upper.origin";
+    return std::string(state == kLower ? "lower." : "upper.") + NameOf(*constant, reduction);
 }
 
 PassTask FitTask::Pass(const Model& now, LineChoice choice, bool within_lower) const {

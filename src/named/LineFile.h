@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "kiv/error.h"
+#include "kiv/features.h"
 #include "named/EnergyUnit.h"
 #include "named/Finding.h"
 
@@ -24,26 +25,6 @@ enum class LineFormat : std::uint8_t {
 
 /// The format that the ending of a file name stands for.
 std::optional<LineFormat> LineFormatOf(std::string_view name);
-
-/// A level: v is 0 in the lower state and 1 in the upper one.
-struct LineLevel {
-    int v = 0, J = 0, Ka = 0, Kc = 0;
-
-    auto operator<=>(const LineLevel&) const = default;
-};
-
-struct LineTransition {
-    LineLevel upper, lower;
-    std::optional<double> weight;  // in its blend; with none they come from the calculation
-    std::string comment;
-    int line = 0;  // of the file
-};
-
-struct LineFeature {
-    double frequency = 0.0;
-    double uncertainty = 0.0;  // 0: none
-    std::vector<LineTransition> transitions;
-};
 
 /// The calculation that lines are for.
 struct LineContext {

@@ -160,7 +160,7 @@ TEST_F(Fit, StatisticsOfALineDroppedAfterTheSolution) {
     const double scale = 4 / n * std::sqrt((n - 1) / (n - 2));
     ASSERT_EQ(result.parameters.size(), 1U);
     const FitParameter& origin = result.parameters[0];
-    EXPECT_EQ(origin.Name(), "origin");
+    EXPECT_EQ(origin.Name(), "upper.origin");
     EXPECT_EQ(origin.start, 1002.0);
     EXPECT_NEAR(origin.value, 1000.0 + 4 / n, 1e-9);
     EXPECT_NEAR(origin.sd, scale / std::sqrt(n), 1e-9);

@@ -1,1 +1,1 @@
-kiv_tests(fit SOURCES Differences_test.cpp Fit_test.cpp LINKS kiv_io)
+kiv_tests(fit SOURCES Differences_test.cpp FeatureFit_test.cpp FeatureSelection_test.cpp Fit_test.cpp LINKS kiv_io)
