@@ -46,6 +46,13 @@ class InputListener {
 /// text ends within a record: `subject` holds its words, each complete one with a blank.
 Result<InputFile> ReadInputFile(std::string_view text, InputListener& listener);
 
+/// How numbers are written: as the columns of the layout have them, or with as many digits as it
+/// takes to read back the same number.
+enum class InputDigits : std::uint8_t { Layout, Whole };
+
+/// Writes a document as an input file of the current version.
+void WriteInputFile(Sink& sink, const InputFile& file, InputDigits digits);
+
 /// Major version, 1..5; 0 when it is not known.
 int MajorVersion(std::string_view version);
 

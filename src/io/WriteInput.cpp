@@ -5,6 +5,7 @@
 
 #include "io/InputLayout.h"
 #include "io/RecordReader.h"
+#include "io/TextScan.h"
 #include "kiv/files.h"
 
 namespace kiv {
@@ -15,8 +16,25 @@ static_assert(sizeof kHalfRule == 41);
 
 constexpr const char* kStateNames[kNumStates] = {"GROUND", "EXCITED"};
 
+bool IsRead(const char* text, double value) {
+    double read = 0.0;
+    return TextScan(text).Real(read) == ScanEnd::Good && read == value;
+}
+
+// The fewest digits with an exponent that read back as the same number.
+std::string WholeText(double value) {
+    char text[40];
+    for (int digits = kConstantDigits; digits < 17; ++digits) {
+        std::snprintf(text, sizeof text, "%.*e", digits, value);
+        if (IsRead(text, value)) break;
+    }
+    return text;
+}
+
 // The text of a value.
 struct PutCell {
+    InputDigits digits;
+
     std::string operator()(std::monostate) const { return ""; }
     std::string operator()(PassedOver) const { return ""; }
     std::string operator()(const std::int16_t* value) const { return std::to_string(*value); }
@@ -30,14 +48,15 @@ struct PutCell {
         } else {
             std::snprintf(text, sizeof text, "%.*f", real.precision, *real.value);
         }
-        return text;
+        const bool is_good = digits == InputDigits::Layout || IsRead(text, *real.value);
+        return is_good ? text : WholeText(*real.value);
     }
 };
 
 class Writer {
   public:
     // The cells of rows point into a document that a reader would fill; this one is a copy.
-    explicit Writer(InputFile& file) : file_(file) {}
+    Writer(InputFile& file, InputDigits digits) : file_(file), digits_(digits) {}
 
     void PutHead() {
         PutRule("\n");
@@ -100,7 +119,7 @@ class Writer {
     void PutRecord(const Cells& cells, int width, const char* end, bool fills_last = false) {
         text_ += ' ';
         for (std::size_t i = 0, num = CountCells(cells); i < num; ++i) {
-            std::string value = std::visit(PutCell{}, cells[i]);
+            std::string value = std::visit(PutCell{digits_}, cells[i]);
             const bool filled = i + 1 < num || fills_last;
             if (filled) value.resize(std::max(value.size(), static_cast<std::size_t>(width)), ' ');
             text_ += " " + value;
@@ -109,15 +128,20 @@ class Writer {
     }
 
     InputFile& file_;
+    InputDigits digits_;
     std::string text_;
 };
 
 }  // namespace
 
 void WriteInputFile(Sink& sink, const InputFile& file) {
+    WriteInputFile(sink, file, InputDigits::Layout);
+}
+
+void WriteInputFile(Sink& sink, const InputFile& file, InputDigits digits) {
     InputFile written = file;
     written.version = kInputVersion;
-    Writer writer(written);
+    Writer writer(written, digits);
     writer.PutHead();
     writer.PutRows(kNameRows);
     writer.PutState(kLower);

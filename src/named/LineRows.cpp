@@ -17,6 +17,8 @@ constexpr const char* kFormats[] = {".csv", ".asn", ".lin"};
 
 constexpr std::string_view kBlanks = " \t\r\v\f";
 
+constexpr std::size_t kQuantaWidth = 36;  // of the quantum numbers of a .lin file
+
 std::string Named(LineColumn column, const std::string& text) {
     return std::string(NameOf(column)) + ": " + text;
 }
@@ -113,11 +115,8 @@ bool ReadField(std::string_view word, Place place, LineColumn column, const Line
     return false;
 }
 
+// Rows are told apart by their first words: a remark behind them may hold anything.
 std::optional<LineFormat> Resembled(std::string_view row) {
-    const auto separators =
-        std::count_if(row.begin(), row.end(), [](char c) { return c == ',' || c == ';'; });
-    const bool has_names = row.find(kNames[0]) != std::string_view::npos;
-    if (has_names || separators >= kNumRequiredColumns - 2) return LineFormat::Csv;
     const std::vector<LineWord> words = WordsOf(row);
     const auto wholes_from = [&](std::size_t first) {
         std::size_t end = first;
@@ -130,6 +129,12 @@ std::optional<LineFormat> Resembled(std::string_view row) {
     const std::size_t wholes = wholes_from(0);
     if ((wholes == 6 || wholes == 8) && is_real(wholes)) return LineFormat::Lin;
     if (wholes <= 1 && wholes_from(1) >= 6 && words.size() > 7) return LineFormat::Asn;
+    const std::size_t end_of_quanta = row.find_first_not_of("0123456789+- \t");
+    if (end_of_quanta >= kQuantaWidth) return {};
+    const auto separators =
+        std::count_if(row.begin(), row.end(), [](char c) { return c == ',' || c == ';'; });
+    const bool has_names = row.find(kNames[0]) != std::string_view::npos;
+    if (has_names || separators >= kNumRequiredColumns - 2) return LineFormat::Csv;
     return {};
 }
 

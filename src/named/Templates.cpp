@@ -32,7 +32,7 @@ dK = 0.0253531
 mu = [0.0, 1.633189, 0.0]             # dipole moment on a, b, c, signed, debye
 
 [spectrum]
-J_max = 40                            # highest J; default 35
+J_max = 75                            # highest J; default 35
 temperature = 300.0                   # kelvin; 0: line strengths in place of intensities
 min_intensity = 0.0                   # lines below it are left out
 spin_weights = [1, 0, 1, 0]           # Ka Kc even-even, even-odd, odd-odd, odd-even

@@ -202,6 +202,12 @@ TEST(LineFileTest, AnotherFormatIsOneFinding) {
             EXPECT_EQ(found.substr(0, 10), is == as ? "" : "looks-like") << found;
         }
     }
+    // A remark may look like anything.
+    const char* const remark = " J_up, a; b, c; d, e; f, g\n";
+    EXPECT_EQ(Read("B 1 1 1 2 0 2 12256.584 0.01" + std::string(remark), LineFormat::Asn).findings,
+              "");
+    const std::string touching = "101  0101100  0100" + std::string(18, ' ') + "18343.143 0.01 1 /";
+    EXPECT_EQ(Read(touching + remark, LineFormat::Lin).findings, "beyond-J-max 1:1");
     EXPECT_EQ(LineFormatOf("a/b.CSV"), LineFormat::Csv);
     EXPECT_EQ(LineFormatOf("a.lin.txt"), std::nullopt);
 }
