@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "BenchRotor.h"
-#include "console/WholeFile.h"
 #include "kiv/files.h"
 #include "linalg/Sort.h"
+#include "system/WholeFile.h"
 
 namespace kiv {
 namespace {

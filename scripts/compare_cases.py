@@ -300,9 +300,8 @@ INPUTS = {
 NAMES = ("b" * 199 + " run.asn n", "b" * 200 + " run.asn n", "run " + "a" * 200 + " n",
          "sub/run run.asn n", "no/run run.asn n", "run ./sub/../run.asn n", "run%s%n run%d.asn %s",
          "./run run.asn n", ". run.asn n", ".. .. ..", "r\u00fcn run.asn n", "run run.in run.in")
-ARGUMENTS = ((), ("",), ("--help",), ("--version",), ("run.in", "x"), ("--help", "x"), ("-v",),
-             ("--",), ("--version", "run.in"), ("run.in", "--help"), ("./run.in",), ("missing.in",),
-             ("folder",), ("n" * 300,), ("run.asn",), ("/dev/null",), ("link.in",))
+ARGUMENTS = ((), ("",), ("--version",), ("./run.in",), ("missing.in",), ("folder",), ("n" * 300,),
+             ("run.asn",), ("/dev/null",), ("link.in",))
 
 HIGHEST_J = (5000, 20000, 32768, 46340, 46341, 100000, 2147483647, -1, -2147483648)
 DISK_SIZES = (0, 1, 100, 500, 1000, 2000, 4000, 4096, 5000, 8192, 13309, 13310, 14000, 20000, 30000)
@@ -494,7 +493,6 @@ def mended():
         yield from table(f"mended-listing/{debug}", lines.format(tilt), base)
     yield from table("mended-tail", "exc+=@0,0,45deg| @0,25,0e\nmoment=20 30 0.01Debye| 20 30 50d\n"
                      "range=6 2 0.01e| 6 2 1e| origin=1Einstein")
-    yield compact("mended-usage/-h", argv=("-h",))
 
 
 def all_cases(root):

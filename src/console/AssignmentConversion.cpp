@@ -8,11 +8,11 @@
 
 #include "base/ArrayName.h"
 #include "console/Messages.h"
-#include "console/TempName.h"
-#include "console/WholeFile.h"
 #include "io/TextLines.h"
 #include "io/TextScan.h"
 #include "kiv/error.h"
+#include "system/TempName.h"
+#include "system/WholeFile.h"
 
 namespace kiv {
 namespace {

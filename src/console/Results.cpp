@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "console/Messages.h"
-#include "console/WholeFile.h"
+#include "system/WholeFile.h"
 
 namespace kiv {
 namespace {

@@ -29,16 +29,13 @@ TEST_F(Process, Arguments) {
     WriteText("input.in", InputText());
     const auto start = Clock::now();
     Shell(
-        "{ $kiv; echo $?; } > usage & { $kiv --help x; echo $?; } > none & $kiv --help > help; "
-        "$kiv -h > h; $kiv --version > version; $kiv input.in further words > run; wait");
+        "{ $kiv; echo $?; } > usage & { $kiv nowhere; echo $?; } > none & $kiv input.in > run; "
+        "wait");
     EXPECT_GE(Clock::now() - start, std::chrono::seconds(5)) << "so that it can be read";
     EXPECT_EQ(ReadText("usage"), "USAGE: Kiv95.exe 'INPUT FILENAME (*.in)' : ABORTED!\n0\n");
     EXPECT_EQ(ReadText("none"),
-              "FAILED TO OPEN KIV INPUT FILE [--help] FOR READING!\n"
-              "ERROR ON INPUT FILE [--help]!\n1\n");
-    EXPECT_TRUE(ReadText("help").starts_with("Usage: kiv INPUT-FILE\n"));
-    EXPECT_EQ(ReadText("h"), ReadText("help"));
-    EXPECT_EQ(ReadText("version"), "kiv " + std::string(kInputVersion) + "\n");
+              "FAILED TO OPEN KIV INPUT FILE [nowhere] FOR READING!\n"
+              "ERROR ON INPUT FILE [nowhere]!\n1\n");
     EXPECT_TRUE(ReadText("run").ends_with("PHASE    X - PROGRAM TERMINATION\n"));
 }
 

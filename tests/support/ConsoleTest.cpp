@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "console/Process.h"
 #include "console/Run.h"
+#include "system/Process.h"
 
 namespace kiv {
 namespace {

@@ -1,4 +1,4 @@
-#include "console/WholeFile.h"
+#include "system/WholeFile.h"
 
 #include <fcntl.h>
 #include <limits.h>
@@ -65,13 +65,25 @@ WholeFile::~WholeFile() { GiveUp(); }
 
 bool WholeFile::Open(const std::string& name, Kind kind) {
     GiveUp();
-    failed_ = false;
+    failed_ = complete_ = false;
+    reason_ = 0;
     written_ = 0;
     how_ = kind;
     target_ = name;
+    errno = 0;
+    const bool opened = OpenTarget(name);
+    if (!opened) Fail();
+    return opened;
+}
+
+bool WholeFile::OpenTarget(const std::string& name) {
     struct stat now;
     if (stat(name.c_str(), &now) == 0) {
         if (!S_ISREG(now.st_mode)) return OpenInPlace();
+        if (how_ == Kind::Fresh) {
+            errno = EEXIST;
+            return false;
+        }
         target_ = ResolveLinks(name);
         if (access(target_.c_str(), W_OK) != 0) return false;
         return OpenBeside(&now) || (how_ == Kind::Result && OpenInPlace());
@@ -91,7 +103,7 @@ bool WholeFile::OpenBeside(const struct stat* old) {
         if (fd_ < 0 && errno != EEXIST) break;
     }
     if (fd_ < 0) return false;
-    if (old && !TakeOver(fd_, *old)) failed_ = true;
+    if (old && !TakeOver(fd_, *old)) Fail();
     return true;
 }
 
@@ -118,37 +130,64 @@ void WholeFile::Put(const void* data, std::size_t bytes) {
             bytes -= static_cast<std::size_t>(written);
             written_ += static_cast<std::size_t>(written);
         } else if (written == 0 || errno != EINTR) {
-            failed_ = true;
+            Fail();
         }
     }
 }
 
-// True when everything has been written.
-bool WholeFile::Close() {
-    if (reserved_ && !failed_ && ftruncate(fd_, static_cast<off_t>(written_)) != 0) failed_ = true;
+void WholeFile::Fail() {
+    if (!failed_) reason_ = errno;
+    failed_ = true;
+}
+
+bool WholeFile::Complete() {
+    if (complete_) return !failed_;
+    if (fd_ < 0) return false;
+    errno = 0;
+    if (reserved_ && !failed_ && ftruncate(fd_, static_cast<off_t>(written_)) != 0) Fail();
     reserved_ = false;
     // In place, an empty file at least cannot be mistaken for a whole one.
     if (failed_ && temp_.empty() && ftruncate(fd_, 0) != 0) errno = 0;
-    const int closed = close(fd_);
+    if (close(fd_) != 0) Fail();
     fd_ = -1;
-    return !failed_ && closed == 0;
+    complete_ = true;
+    return !failed_;
+}
+
+// What is left under the temporary name goes: the old file, a second name, or one that failed. A
+// file that was renamed leaves nothing, and the name may already be that of another program.
+bool WholeFile::PutInPlace() {
+    const bool may_change = how_ == Kind::Result || how_ == Kind::Product;
+    bool placed = how_ == Kind::Fresh ? link(temp_.c_str(), target_.c_str()) == 0
+                                      : may_change && ChangePlaces(temp_, target_);
+    if (!placed && how_ != Kind::Fresh) {
+        placed = std::rename(temp_.c_str(), target_.c_str()) == 0;
+        if (placed) return true;
+    }
+    if (!placed) Fail();
+    unlink(temp_.c_str());
+    return placed;
 }
 
 bool WholeFile::Keep() {
-    if (fd_ < 0) return false;
-    const bool whole = Close();
-    if (temp_.empty()) return whole;
-    const bool changed = whole && how_ == Kind::Result && ChangePlaces(temp_, target_);
-    const bool kept = changed || (whole && std::rename(temp_.c_str(), target_.c_str()) == 0);
-    if (changed || !kept) unlink(temp_.c_str());
+    if (fd_ < 0 && !complete_) return false;
+    bool kept = Complete();
+    complete_ = false;
+    if (temp_.empty()) return kept;
+    if (kept) {
+        kept = PutInPlace();
+    } else {
+        unlink(temp_.c_str());
+    }
     mark_.Clear();
     return kept;
 }
 
 void WholeFile::GiveUp() {
-    if (fd_ < 0) return;
+    if (fd_ < 0 && !complete_) return;
     failed_ = true;
-    Close();
+    Complete();
+    complete_ = false;
     if (!temp_.empty()) unlink(temp_.c_str());
     mark_.Clear();
 }

@@ -1,5 +1,5 @@
 // Result files appear whole or not at all.
-#include "console/WholeFile.h"
+#include "system/WholeFile.h"
 
 #include <signal.h>
 #include <sys/stat.h>

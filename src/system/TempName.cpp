@@ -1,4 +1,4 @@
-#include "console/TempName.h"
+#include "system/TempName.h"
 
 #include <limits.h>
 #include <signal.h>
@@ -9,7 +9,7 @@
 namespace kiv {
 namespace {
 
-constexpr int kNumSlots = 4;
+constexpr int kNumSlots = 8;
 
 // What the handler may read: fixed storage, and a flag that is set when the name is complete.
 struct NameSlot {

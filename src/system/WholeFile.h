@@ -12,17 +12,19 @@
 #include <cstddef>
 #include <string>
 
-#include "console/TempName.h"
 #include "kiv/sink.h"
+#include "system/TempName.h"
 
 namespace kiv {
 
 class WholeFile : public Sink {
   public:
     enum class Kind {
-        Result,   // can be made again; written directly in a folder that takes no new files, and
-                  // not forced to the disk when it takes the place of an old one
-        Precious  // never written directly over an old one
+        Result,    // can be made again; written directly in a folder that takes no new files, and
+                   // not forced to the disk when it takes the place of an old one
+        Product,   // the same, but never written directly over an old one
+        Precious,  // never written directly over an old one, which is replaced in the safest way
+        Fresh      // must not take the place of anything
     };
 
     WholeFile() = default;
@@ -43,14 +45,23 @@ class WholeFile : public Sink {
 
     bool ok() const override { return !failed_; }
 
-    /// Closes the file and puts it into its place. False when any byte of it was not written; it
-    /// is then given up.
+    /// Closes the file, which is not yet put into its place. False when any byte of it was not
+    /// written.
+    bool Complete();
+
+    /// Completes the file and puts it into its place. False when any byte of it was not written;
+    /// it is then given up.
     bool Keep();
 
+    /// The errno of what failed first; 0 when it was not the system.
+    int reason() const { return reason_; }
+
   private:
+    bool OpenTarget(const std::string& name);
     bool OpenBeside(const struct stat* old);
     bool OpenInPlace();
-    bool Close();
+    bool PutInPlace();
+    void Fail();
     void GiveUp();
 
     std::string target_;
@@ -59,6 +70,8 @@ class WholeFile : public Sink {
     Kind how_ = Kind::Result;
     int fd_ = -1;
     bool failed_ = false;
+    int reason_ = 0;
+    bool complete_ = false;    // and closed
     bool reserved_ = false;    // there may be room behind what is written
     std::size_t written_ = 0;  // bytes
 };

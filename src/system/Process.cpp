@@ -1,4 +1,4 @@
-#include "console/Process.h"
+#include "system/Process.h"
 
 #include <fcntl.h>
 #include <signal.h>
@@ -6,7 +6,7 @@
 
 #include <initializer_list>
 
-#include "console/TempName.h"
+#include "system/TempName.h"
 
 namespace kiv {
 namespace {

@@ -1,0 +1,168 @@
+// The commands, and what help says of them.
+#include <algorithm>
+#include <iterator>
+
+#include "commands/Commands.h"
+#include "kiv/files.h"
+
+namespace kiv {
+namespace {
+
+constexpr char kCheckHelp[] =
+    "Says what was understood of an input, named (.toml) or of an old version, and of the line "
+    "file\n"
+    "that it names: constants with units, moment, temperature, levels and lines to expect, files "
+    "that\n"
+    "kiv run would write. Then every mistake and everything doubtful, one line each on standard\n"
+    "error, with file, line, column and a code in brackets. FILE may be a line file (.csv, .asn,\n"
+    ".lin), too. Calculates nothing costly, writes nothing.\n"
+    "\n"
+    "  --json      the findings as a list on standard output\n"
+    "\n"
+    "Status 3 when there is an error among the findings, else 0.\n";
+
+constexpr char kRunHelp[] =
+    "Calculates the lines of an input or fits its constants to measured lines, writes the results "
+    "and\n"
+    "prints a summary. The input itself is never changed. All files appear whole or not at all.\n"
+    "\n"
+    "  BASE.log        what was understood and what came out\n"
+    "  BASE.asc        the lines as a text, ascending in frequency\n"
+    "  BASE.QZS        the lines in binary form, descending in frequency\n"
+    "  BASE.fit.toml   after a fit: your input with the fitted numbers (BASE.fit.in of an old "
+    "one)\n"
+    "\n"
+    "BASE is FILE without its ending, or what an old input names, in the folder of FILE.\n"
+    "\n"
+    "  --out BASE      another BASE\n"
+    "  --write LIST    which line files, default asc,qzs\n"
+    "  --in-place      puts the fitted numbers into FILE itself; FILE.bak keeps the old one\n"
+    "  --json          the summary as one JSON object\n"
+    "\n"
+    "A fit of a named input ends when every change is below 1e-4 of its standard error. Status 4 "
+    "when\n"
+    "it does not, or when there is no result for another reason: then only the log is written.\n";
+
+constexpr char kConvertHelp[] =
+    "Makes a named input of an old one of any version, or an old one (v5.6) of a named input. The "
+    "line\n"
+    "file goes with it: OUT.toml has its lines in OUT.csv, OUT.in in OUT.asn. What would change a\n"
+    "result and has no words in the other form is refused by name; what changes none is noted.\n"
+    "\n"
+    "  -o OUT.toml | OUT.in    the file to make\n"
+    "  --force                 replaces files that are there\n";
+
+constexpr char kNewHelp[] =
+    "Prints a commented named input to start from, which runs as it is: of a rotational spectrum\n"
+    "(rotor, the default) or of a band between two states (band).\n"
+    "\n"
+    "  kiv new band -o mine.toml\n"
+    "\n"
+    "  -o FILE     writes it to FILE\n"
+    "  --force     replaces a file that is there\n";
+
+constexpr char kLater[] = "This version does not have it yet.\n";
+
+constexpr CommandInfo kCommands[] = {
+    {CommandName::Check, "check", "FILE...",
+     "say what was understood, what is wrong, what is doubtful", Check, kCheckHelp},
+    {CommandName::Run, "run", "FILE", "calculate or fit, write the results, print a summary", Run,
+     kRunHelp},
+    {CommandName::Report, "report", "FILE", "fit and print a report (not in this version)", nullptr,
+     kLater},
+    {CommandName::Export, "export", "FORMAT FILE",
+     "write lines or levels in another format (not in this version)", nullptr, kLater},
+    {CommandName::Import, "import", "FILE... -o OUT.toml",
+     "read files of other programs (not in this version)", nullptr, kLater},
+    {CommandName::Convert, "convert", "FILE -o OUT", "old inputs to named ones and back", Convert,
+     kConvertHelp},
+    {CommandName::New, "new", "[rotor|band]", "print a commented input to start from", New,
+     kNewHelp},
+    {CommandName::View, "view", "FILE", "make a page with the spectrum (not in this version)",
+     nullptr, kLater},
+    {CommandName::Help, "help", "[COMMAND]", "this text, or that of a command", Help, ""},
+    {CommandName::Version, "--version", "", "say which version this is", Version, ""},
+};
+static_assert(std::size(kCommands) == static_cast<std::size_t>(CommandName::Count));
+
+constexpr char kUsage[] =
+    "kiv computes and fits rotational and rovibronic spectra of asymmetric-top molecules.\n"
+    "\n"
+    "    kiv new rotor -o mine.toml      an input to start from: replace its numbers, then\n"
+    "    kiv check mine.toml             see what is understood, what is wrong, what is doubtful\n"
+    "    kiv run mine.toml               calculate the lines, or fit the constants\n"
+    "\n"
+    "Commands:\n";
+
+constexpr char kOptions[] =
+    "\n"
+    "Options of every command, before or behind it:\n"
+    "  -o, --output FILE   write there what would be printed; - is standard output\n"
+    "  -q, --quiet         no findings, notes and progress on standard error\n"
+    "  -v, --verbose       says on standard error what is read, done and written\n"
+    "      --json          results as JSON on standard output\n"
+    "      --no-color      no colours (nor with NO_COLOR or TERM=dumb)\n"
+    "  -C DIR              take all names from DIR\n"
+    "  -j N                threads; results do not depend on it\n"
+    "  -h, --help          help of the command; kiv --version says the version\n"
+    "\n"
+    "FILE is a named input (.toml), an input file of any old version, or - for standard input. "
+    "Results\n"
+    "go to standard output, everything else to standard error. Status: 0 done, 2 wrong use, 3 "
+    "input\n"
+    "not usable, 4 no result, 5 a file cannot be read or written, 1 a fault of the program.\n"
+    "\n"
+    "kiv FILE with an old input runs it as it always did: its messages, its files (BASE.in, the "
+    "next\n"
+    "input, may replace FILE), status 1 when FILE cannot be read, else 0. A file that is called "
+    "like\n"
+    "a command is reached as ./check. docs/ has formulas, conventions and formats.\n";
+
+std::string UsageText() {
+    constexpr std::size_t kColumn = 28;
+    std::string text = kUsage;
+    for (const CommandInfo& info : kCommands) {
+        if (info.command == CommandName::Version) continue;
+        std::string line = std::string("  ") + info.name + " " + info.arguments;
+        line.resize(std::max(line.size() + 1, kColumn), ' ');
+        text += line + info.summary + "\n";
+    }
+    return text + kOptions;
+}
+
+int Put(const std::string& text, Terminal& terminal) {
+    const Status put = terminal.PutResult(text);
+    if (put) return kDone;
+    terminal.Fail(put.error().text);
+    return kFileFailed;
+}
+
+}  // namespace
+
+const CommandInfo& InfoOf(CommandName command) {
+    return kCommands[static_cast<std::size_t>(command)];
+}
+
+const CommandInfo* CommandNamed(std::string_view word) {
+    const auto* const info = std::find_if(std::begin(kCommands), std::end(kCommands),
+                                          [&](const CommandInfo& row) { return word == row.name; });
+    return info == std::end(kCommands) ? nullptr : info;
+}
+
+int Help(const Request& request, Terminal& terminal) {
+    if (request.arguments.empty()) return Put(UsageText(), terminal);
+    const CommandInfo* const info = CommandNamed(request.arguments.front());
+    if (!info) {
+        terminal.Fail("no command \"" + request.arguments.front() + "\". See kiv help.");
+        return kWrongUse;
+    }
+    return Put(std::string("kiv ") + info->name + " " + info->arguments + "\n\n" + info->help +
+                   "\nOptions of every command: kiv help\n",
+               terminal);
+}
+
+int Version(const Request&, Terminal& terminal) {
+    return Put(std::string("kiv ") + kInputVersion + "\n", terminal);
+}
+
+}  // namespace kiv

@@ -1,0 +1,43 @@
+#include "system/OutputSet.h"
+
+#include <cerrno>
+
+#include "system/TextFile.h"
+
+namespace kiv {
+namespace {
+
+Error CannotWrite(const std::string& name, const WholeFile& file) {
+    const int reason = file.reason();
+    std::string text = "cannot write " + name;
+    if (reason == EEXIST) {
+        text += ": there is such a file already";
+    } else if (reason != 0) {
+        text += ": " + ReasonText(reason);
+    }
+    return {ErrorCode::CannotWrite, text, name};
+}
+
+}  // namespace
+
+Sink* OutputSet::Open(const std::string& name, WholeFile::Kind kind) {
+    WholeFile& file = files_.emplace_back();
+    names_.push_back(name);
+    return file.Open(name, kind) ? &file : nullptr;
+}
+
+void OutputSet::Add(const std::string& name, const std::string& text, WholeFile::Kind kind) {
+    if (Sink* const file = Open(name, kind)) file->Put(text.data(), text.size());
+}
+
+Status OutputSet::Keep() {
+    for (std::size_t i = 0; i < files_.size(); ++i) {
+        if (!files_[i].Complete()) return CannotWrite(names_[i], files_[i]);
+    }
+    for (std::size_t i = 0; i < files_.size(); ++i) {
+        if (!files_[i].Keep()) return CannotWrite(names_[i], files_[i]);
+    }
+    return {};
+}
+
+}  // namespace kiv

@@ -1,0 +1,1 @@
+kiv_tests(system SOURCES WholeFile_test.cpp LINKS kiv_system)
