@@ -35,12 +35,14 @@ class Aligner {
             }
         }
         num_words_ = std::min(words.size(), kMostWords * cells_.size());
-        FillMisfits();
     }
 
     OldAlignment Find() {
         const bool suits = SuitsAsItStands();
-        line_ = suits && words_.size() == cells_.size() ? 0 : kLine;
+        const bool has_all = words_.size() == cells_.size();
+        if (suits && has_all && has_tails_ && TitlesAgree()) return AsItStands();
+        FillMisfits();
+        line_ = suits && has_all ? 0 : kLine;
         FillCosts();
         OldAlignment best = Trace();
         const auto& word_of = best.word_of;
@@ -56,6 +58,11 @@ class Aligner {
         const OldRecord* begins;  // the record whose first cell it is
         bool ends;
     };
+
+    static bool Announces(const OldComment& comment, const OldRecord* record) {
+        return record && std::find(record->titles.begin(), record->titles.end(), comment.title) !=
+                             record->titles.end();
+    }
 
     // By word, kind of cell and whether a comment may stand behind it.
     int& Misfit(std::size_t word, OldKind kind, bool has_tail) {
@@ -90,12 +97,10 @@ class Aligner {
     int Evidence(std::size_t word, std::size_t cell) const {
         const OldRecord* const record = cells_[cell].begins;
         if (!record) return 0;
-        const auto announces = [&](const OldComment& comment) {
-            return std::find(record->titles.begin(), record->titles.end(), comment.title) !=
-                   record->titles.end();
-        };
         const auto& comments = words_[word].comments;
-        const bool has_title = std::any_of(comments.begin(), comments.end(), announces);
+        const bool has_title =
+            std::any_of(comments.begin(), comments.end(),
+                        [&](const OldComment& comment) { return Announces(comment, record); });
         return (has_title ? kTitle : 0) + (words_[word].begins_line ? line_ : 0);
     }
 
@@ -104,6 +109,22 @@ class Aligner {
         for (std::size_t i = 0; i < cells_.size(); ++i) {
             const bool has_tail = has_tails_ && cells_[i].ends;
             if (CheckWord(words_[i].text, *cells_[i].cell, has_tail).is_wrong) return false;
+        }
+        return true;
+    }
+
+    // True when every comment line that announces a record stands in front of one that it may
+    // announce.
+    bool TitlesAgree() const {
+        const auto is_title = [&](const OldComment& comment) {
+            return std::any_of(cells_.begin(), cells_.end(), [&](const CellPlace& cell) {
+                return Announces(comment, cell.begins);
+            });
+        };
+        for (std::size_t i = 0; i < cells_.size(); ++i) {
+            for (const OldComment& comment : words_[i].comments) {
+                if (!Announces(comment, cells_[i].begins) && is_title(comment)) return false;
+            }
         }
         return true;
     }
