@@ -25,6 +25,10 @@ struct Levels {
     bool is_complex = false;  // eigenvectors have imaginary parts
     std::uint8_t kept = 0;    // two-fold rotations that the Hamiltonian keeps: 1 about a, 2 b, 4 c
 
+    // What a kept rotation about a, b, c of the basis is to a turned state that was solved in its
+    // own axes: a rotation about one of those.
+    std::array<std::uint8_t, 3> own_rotation{1, 2, 4};
+
     // One entry a level
     Array<double> energy;
     Array<std::int16_t> ka, kc;
@@ -53,6 +57,16 @@ struct Levels {
     std::span<const double> Derivatives(int J, int rank) const {
         const auto num = static_cast<std::size_t>(num_derivatives);
         return derivative.Part(Index(J, rank) * num, num);
+    }
+
+    /// Kept rotations of the basis under which a level changes sign that does so under the
+    /// rotations `own_odd` about the state's own axes.
+    std::uint8_t OddInBasis(std::uint8_t own_odd) const {
+        unsigned in_basis = 0;
+        for (std::size_t i = 0; i < own_rotation.size(); ++i) {
+            if ((own_odd & own_rotation[i]) != 0) in_basis |= 1U << i;
+        }
+        return static_cast<std::uint8_t>(in_basis & kept);
     }
 
     /// Components of a level over |J,K>, K = -J..J, in the phases of docs/theory.md.

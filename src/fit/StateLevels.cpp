@@ -45,7 +45,8 @@ void StateLevels::SortBySymmetry(StateIndex state) {
         std::array<int, kAllC2 + 1> next{};  // rank from which on the class is looked for
         for (int rank = 0; rank <= 2 * J; ++rank) {
             const std::size_t label = Levels::Index(J, rank);
-            const std::uint8_t odd = LabelOdd(levels.kept, levels.ka[label], levels.kc[label]);
+            const std::uint8_t odd =
+                levels.OddInBasis(LabelOdd(kAllC2, levels.ka[label], levels.kc[label]));
             int& from = next[odd];
             while (from <= 2 * J && levels.odd[Levels::Index(J, from)] != odd) ++from;
             of_symmetry_[state].push_back(Levels::Index(J, from++));

@@ -123,8 +123,7 @@ void AddRigidOps(BlockScratch& s, int J) {
     s.num_ops = kRigidOps;
 }
 
-void AddTermOps(const Hamiltonian& H, BlockScratch& s, int J) {
-    const std::uint8_t kept = H.KeptRotations();
+void AddTermOps(const Hamiltonian& H, std::uint8_t kept, BlockScratch& s, int J) {
     for (const HamTerm& term : HamTerms()) {
         if (!H.Uses(term)) continue;
         HamOp* op = &s.op[s.num_ops - 1];
@@ -180,14 +179,18 @@ void SumHam(const Hamiltonian& H, BlockScratch& s, int J) {
 }  // namespace
 
 void BuildBlocks(const Hamiltonian& H, int J, BlockScratch& s) {
-    s.blocks = BlocksOf(H.KeptRotations(), J);
+    BuildBlocks(H, H.KeptRotations(), J, s);
+}
+
+void BuildBlocks(const Hamiltonian& H, std::uint8_t kept, int J, BlockScratch& s) {
+    s.blocks = BlocksOf(kept, J);
     PlaceBlocks(s);
     FillRoots(s, J, 2);
     for (const HamTerm& term : HamTerms()) {
         if (term.dk != 2 && H.Uses(term)) FillRoots(s, J, term.dk);
     }
     AddRigidOps(s, J);
-    AddTermOps(H, s, J);
+    AddTermOps(H, kept, s, J);
     SumHam(H, s, J);
 }
 

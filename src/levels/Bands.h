@@ -9,4 +9,8 @@ namespace kiv {
 /// sum with the constants; ham[1] is the imaginary part).
 void BuildBlocks(const Hamiltonian& H, int J, BlockScratch& scratch);
 
+/// The same in the blocks of the rotations `kept`. Operators that a kept rotation turns into their
+/// negative are left out.
+void BuildBlocks(const Hamiltonian& H, std::uint8_t kept, int J, BlockScratch& scratch);
+
 }  // namespace kiv

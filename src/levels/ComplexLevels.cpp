@@ -29,24 +29,6 @@ void FillIdentity(double* re, double* im, int N) {
     for (int m = 0; m < N; ++m) re[static_cast<std::size_t>(m) * ld + m] = 1.0;
 }
 
-// The largest component of a vector, the first of equal ones, is made real and positive.
-void FixPhase(double* re, double* im, int N) {
-    int largest = 0;
-    const auto size = [&](int m) { return re[m] * re[m] + im[m] * im[m]; };
-    for (int m = 1; m < N; ++m) {
-        if (size(m) > size(largest)) largest = m;
-    }
-    const double norm = pythag(re[largest], im[largest]);
-    if (!(norm > 0.0)) return;
-    const double c = re[largest] / norm, s = im[largest] / norm;
-    for (int m = 0; m < N; ++m) {
-        const double x = re[m], y = im[m];
-        re[m] = c * x + s * y;
-        im[m] = c * y - s * x;
-    }
-    im[largest] = 0.0;
-}
-
 // Solves a block in the place of its eigenvectors.
 void SolveBlock(BlockScratch& s, int b, double* re, double* im) {
     const int N = s.blocks.block[b].N, ld = VecLd(N);
@@ -66,6 +48,23 @@ void SolveBlock(BlockScratch& s, int b, double* re, double* im) {
 }
 
 }  // namespace
+
+void FixPhase(double* re, double* im, int N) {
+    int largest = 0;
+    const auto size = [&](int m) { return re[m] * re[m] + im[m] * im[m]; };
+    for (int m = 1; m < N; ++m) {
+        if (size(m) > size(largest)) largest = m;
+    }
+    const double norm = pythag(re[largest], im[largest]);
+    if (!(norm > 0.0)) return;
+    const double c = re[largest] / norm, s = im[largest] / norm;
+    for (int m = 0; m < N; ++m) {
+        const double x = re[m], y = im[m];
+        re[m] = c * x + s * y;
+        im[m] = c * y - s * x;
+    }
+    im[largest] = 0.0;
+}
 
 void SolveComplex(const Hamiltonian& H, int J, BlockScratch& s, Levels& levels) {
     BuildBlocks(H, J, s);

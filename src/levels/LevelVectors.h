@@ -46,6 +46,10 @@ double* AlignVec(double* numbers);
 double* VecStart(Array<double>& vectors, int J);
 const double* VecStart(const Array<double>& vectors, int J);
 
+/// Clears what the blocks of `J` leave of its place in `vectors`, as far as it can be read behind
+/// the last vector and before the first one of the next J: nothing is left there of other blocks.
+void ClearRest(const LevelBlocks& blocks, int J, Array<double>& vectors);
+
 /// One part of the eigenvectors of `J` over |J,K>, level by level in ascending energy: component K
 /// of energy rank r at out[r (2J+1) + J + K]. `part` is vectors_real or vectors_imag of `levels`.
 void ExpandVectors(const Levels& levels, int J, const Array<double>& part, double* out);

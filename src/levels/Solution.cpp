@@ -10,6 +10,7 @@
 #include "base/Failure.h"
 #include "base/Trace.h"
 #include "levels/Derivatives.h"
+#include "levels/OwnAxes.h"
 #include "levels/Ranking.h"
 
 namespace kiv {
@@ -30,40 +31,39 @@ void ListDerivatives(const TurnedState& state, Levels& levels) {
     }
 }
 
-// The place of J is filled by one block alone. Of the rest of it a vector can be read behind the
-// last one, and before the first one of the next J: nothing is left there of other blocks.
-void ClearRest(const LevelBlocks& blocks, int J, Array<double>& vectors) {
-    const int last = blocks.num - 1, N = blocks.block[last].N;
-    const std::int64_t used = blocks.vec[last] + std::int64_t{N} * VecLd(N);
-    const std::int64_t room = VecOffset(J + 1) - VecOffset(J);
-    if (used == room) return;
-    double* const start = VecStart(vectors, J);
-    std::fill_n(start + used, kVecStep, 0.0);
-    std::fill_n(start + room - kVecStep, kVecStep, 0.0);
-}
+struct SolutionScratch {
+    LevelScratch blocks;
+    OwnAxes own_axes;
+};
 
 // From the solved blocks of J to its levels.
-void FinishJ(const LevelTask& task, int J, BlockScratch& scratch, Trace* trace, Levels& levels) {
+void FinishJ(const Hamiltonian& H, int J, BlockScratch& scratch, Levels& levels) {
     ClearRest(scratch.blocks, J, levels.vectors_real);
-    if (task.H.is_complex) ClearRest(scratch.blocks, J, levels.vectors_imag);
-    RankLevels(task.H, J, scratch, levels);
-    FillDerivatives(task.H, J, scratch, levels);
-    if (trace && trace->WantsLevels()) trace->LevelsOfJ(task.index, *task.H.state, levels, J);
+    if (H.is_complex) ClearRest(scratch.blocks, J, levels.vectors_imag);
+    RankLevels(H, J, scratch, levels);
+    FillDerivatives(H, J, scratch, levels);
 }
 
-Status SolveAll(const LevelTask& task, LevelScratch& scratch, Report& report, Levels& levels) {
+// The Hamiltonian H is that of the task, or that of its state in the axes of `own_axes`.
+Status SolveAll(const LevelTask& task, const Hamiltonian& H, LevelScratch& scratch,
+                OwnAxes* own_axes, Report& report, Levels& levels) {
     Trace* const trace = report.trace();
     const Stage stage = task.index == kLower ? Stage::LowerLevels : Stage::UpperLevels;
-    const int together = task.H.is_complex ? 1 : kTogether;
+    const int together = H.is_complex ? 1 : kTogether;
     for (int first = 0; first <= task.max_J; first += together) {
         const int last = std::min(first + together - 1, task.max_J);
-        if (task.H.is_complex) {
-            SolveComplex(task.H, first, scratch.of_J[0], levels);
+        if (H.is_complex) {
+            SolveComplex(H, first, scratch.of_J[0], levels);
         } else {
-            SolveReal(task.H, first, last, scratch, levels);
+            SolveReal(H, first, last, scratch, levels);
         }
         for (int J = first; J <= last; ++J) {
-            FinishJ(task, J, scratch.of_J[J - first], trace, levels);
+            BlockScratch& of_J = scratch.of_J[J - first];
+            FinishJ(H, J, of_J, levels);
+            if (own_axes) own_axes->TurnLevels(J, of_J, levels);
+            if (trace && trace->WantsLevels()) {
+                trace->LevelsOfJ(task.index, *task.H.state, levels, J);
+            }
         }
         KIV_TRY(Tell(report, stage, last + 1, task.max_J + 1));
     }
@@ -125,13 +125,19 @@ Status Reserve(const LevelTask& task, const Memory& memory, Levels& levels) {
 
 Status Solve(const LevelTask& task, Workspace& work, Report& report, Levels& levels) {
     Trace* const trace = report.trace();
-    auto& scratch = work.Part<LevelScratch>(Workspace::Slot::Levels);
+    auto& scratch = work.Part<SolutionScratch>(Workspace::Slot::Levels);
+    OwnAxes* const own_axes = IsSolvedInOwnAxes(task.H) ? &scratch.own_axes : nullptr;
     if (trace) trace->Enter(Step::SolveLevels, task.index);
     if (trace) trace->Enter(Step::LevelScratch, task.index);
-    KIV_TRY(scratch.Fit(work.memory(), task.max_J, task.H.is_complex));
+    KIV_TRY(scratch.blocks.Fit(work.memory(), task.max_J, task.H.is_complex && !own_axes));
+    if (own_axes) {
+        KIV_TRY(own_axes->Fit(work.memory(), task.max_J));
+        own_axes->Begin(task.H, task.max_J);
+    }
     if (trace) trace->Leave(Step::LevelScratch, task.index);
     ListDerivatives(*task.H.state, levels);
-    KIV_TRY(SolveAll(task, scratch, report, levels));
+    const Hamiltonian H = own_axes ? own_axes->own() : task.H;
+    KIV_TRY(SolveAll(task, H, scratch.blocks, own_axes, report, levels));
     if (trace) trace->Leave(Step::SolveLevels, task.index);
     return {};
 }

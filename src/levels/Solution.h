@@ -25,6 +25,9 @@ void SolveReal(const Hamiltonian& H, int first, int last, LevelScratch& scratch,
 /// Solves `J` as a complex Hamiltonian.
 void SolveComplex(const Hamiltonian& H, int J, BlockScratch& scratch, Levels& levels);
 
+/// Makes the largest component of a vector, the first of equal ones, real and positive.
+void FixPhase(double* re, double* im, int N);
+
 /// OutOfRange when a constant or an angle is not finite.
 Status CheckFinite(const State& state);
 

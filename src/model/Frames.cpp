@@ -13,8 +13,10 @@ namespace {
 constexpr double kMinTensorElement = 1e-8;  // smaller off-diagonal elements are rounding
 constexpr double kInertia = 505379.0765;  // amu A^2 MHz: h / (8 pi^2), as used with these constants
 
-bool SameValues(const PerConstant<double>& a, const PerConstant<double>& b) {
-    return std::memcmp(a.values.data(), b.values.data(), sizeof a.values) == 0;
+template <class Numbers>
+bool SameBytes(const Numbers& a, const Numbers& b) {
+    static_assert(sizeof a % sizeof(double) == 0);
+    return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
 }  // namespace
@@ -92,6 +94,7 @@ TurnedState Turn(const State& state) {
     turned.given = {value[Constant::A], value[Constant::B], value[Constant::C]};
     turned.is_turned = !state.tilt.IsZero();
     if (!turned.is_turned) return turned;
+    turned.tilt = state.tilt;
     turned.axes = AxesOf(state.tilt);
     Matrix3 T{};
     T[0][0] = value[Constant::B];
@@ -111,9 +114,9 @@ TurnedState Turn(const State& state) {
 }
 
 bool SameBits(const TurnedState& a, const TurnedState& b) {
-    return SameValues(a.value, b.value) && a.on.values == b.on.values &&
+    return SameBytes(a.value, b.value) && a.on.values == b.on.values &&
            a.from_turn.values == b.from_turn.values && a.reduction == b.reduction &&
-           std::memcmp(a.axes.data(), b.axes.data(), sizeof a.axes) == 0;
+           SameBytes(a.axes, b.axes) && SameBytes(a.tilt, b.tilt) && SameBytes(a.given, b.given);
 }
 
 std::array<double, 3> TurnedMoment(const Moment& moment, const TurnedState& frame) {

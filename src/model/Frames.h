@@ -36,6 +36,7 @@ struct TurnedState {
     PerConstant<bool> from_turn;  // cross terms that the rotation produced
     Reduction reduction = Reduction::A;
     bool is_turned = false;
+    EulerAngles tilt;
     Matrix3 axes{};                 // all 0 when it is not turned
     std::array<double, 3> given{};  // A, B, C in the state's own axes
 

@@ -73,6 +73,11 @@ void ExpectCharacters(const Levels& levels) {
     }
 }
 
+template <class T>
+bool SameBytes(const Array<T>& a, const Array<T>& b) {
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0;
+}
+
 // Which constants are on beside A, B, C, in which reduction and frame.
 struct TermCase {
     std::string name;
@@ -80,11 +85,12 @@ struct TermCase {
     Reduction reduction;
     bool is_complex;
     EulerAngles tilt;
+    double scale = 1.0;  // of their values
 
     State MakeState() const {
         State state = StdRotor(tilt);
         state.reduction = reduction;
-        for (const Constant c : constants) state.Set(c, SmallValue(c));
+        for (const Constant c : constants) state.Set(c, scale * SmallValue(c));
         return state;
     }
 };
@@ -114,6 +120,21 @@ std::vector<TermCase> TermCases() {
         cases.push_back({"all" + tail, all, reduction, true, {}});
         cases.push_back({"theta" + tail, quartic, reduction, false, {0, 25, 0}});
         cases.push_back({"three_angles" + tail, tilted, reduction, true, {33, 71, -12}});
+        cases.push_back({"idle" + tail, all, reduction, true, {33, 71, -12}, 0.0});
+    }
+    // Turned states that are solved in their own axes: no, one and all rotations of the basis.
+    const std::vector<Constant> isotropic = {Constant::DJ, Constant::HJ, Constant::LJ};
+    for (const EulerAngles& tilt : {EulerAngles{0, 25, 0},
+                                    {33, 71, -12},
+                                    {30, 0, 0},
+                                    {0, 0, -140},
+                                    {90, 25, 0},
+                                    {0, 25, 90},
+                                    {90, 90, 0},
+                                    {90, 90, 90}}) {
+        const bool is_complex = tilt.phi != 0.0 || tilt.chi != 0.0;
+        cases.push_back(
+            {"turned_" + std::to_string(cases.size()), isotropic, Reduction::A, is_complex, tilt});
     }
     return cases;
 }
@@ -218,6 +239,30 @@ TEST(SolvedLevels, KeepUnresolvedDoubletsPure) {
     ExpectCharacters(levels);
 }
 
+// So must it be in turned axes, and in those it has the characters that its label has in its own.
+TEST(SolvedLevels, KeepUnresolvedDoubletsPureInTurnedAxes) {
+    const State upright = State::Rigid(60778.5522, 10318.0722, 8799.7023);
+    const Levels own = Solve(upright, 40);
+    for (const auto& [tilt, kept] : {std::pair(EulerAngles{2, 5, 3}, std::uint8_t{0}),
+                                     {{0, 5, 0}, kC2c},
+                                     {{90, 5, 0}, kC2c},
+                                     {{0, 40, 90}, kC2b},
+                                     {{30, 0, 0}, kC2a},
+                                     {{90, 90, 90}, kAllC2}}) {
+        State state = upright;
+        state.tilt = tilt;
+        const Levels levels = Solve(state, 40);
+        EXPECT_EQ(levels.kept, kept);
+        EXPECT_TRUE(SameBytes(levels.energy, own.energy));
+        EXPECT_TRUE(SameBytes(levels.derivative, own.derivative));
+        for (std::size_t i = 0; i < levels.size(); ++i) {
+            const std::uint8_t odd = LabelOdd(kAllC2, levels.ka[i], levels.kc[i]);
+            EXPECT_EQ(levels.odd[i], levels.OddInBasis(odd)) << i;
+        }
+        ExpectCharacters(levels);
+    }
+}
+
 // H is linear in its constants, so that an energy is the sum of constant times derivative; and the
 // derivatives of a J add up to the trace of the operator, for A to J (J + 1) (2J + 1) / 3.
 TEST(SolvedLevels, OfEverySizeAddUp) {
@@ -302,11 +347,6 @@ State FullState(bool is_complex) {
         if (is_complex) state.Set(c, SmallValue(c));
     }
     return state;
-}
-
-template <class T>
-bool SameBytes(const Array<T>& a, const Array<T>& b) {
-    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0;
 }
 
 void ExpectSameBits(const Levels& a, const Levels& b) {

@@ -65,13 +65,14 @@ TEST(Lines, HaveTheStrengthsOfThe3jSymbols) {
 }
 
 TEST(Lines, OfTurnedAxesHaveTheStrengthsOfThe3jSymbols) {
-    const EulerAngles tilts[] = {{}, {0, 35, 0}, {25, -40, 60}, {90, 90, 0}};
-    for (int i = 1; i < 16; ++i) {
+    const EulerAngles tilts[] = {{},          {0, 35, 0}, {25, -40, 60},
+                                 {90, 90, 0}, {30, 0, 0}, {90, 25, 0}};
+    for (int i = 1; i < 36; ++i) {
         Calculation calculation{.settings = Strengths(2)};
-        calculation.model.lower().tilt = tilts[i / 4];
-        calculation.model.upper().tilt = tilts[i % 4];
+        calculation.model.lower().tilt = tilts[i / 6];
+        calculation.model.upper().tilt = tilts[i % 6];
         calculation.model.moment = Moment::FromAngles(-2.0, 50, 20);
-        calculation.model.moment.frame = i % 4 == 0 ? kLower : kUpper;
+        calculation.model.moment.frame = i % 6 == 0 ? kLower : kUpper;
         ExpectSlowStrengths(calculation);
     }
 }

@@ -109,6 +109,8 @@ TEST(SameBits, SeesEveryChange) {
     EXPECT_TRUE(differs([](auto& t) { t.value[Constant::DK] = -0.0; }));
     EXPECT_TRUE(differs([](auto& t) { t.reduction = Reduction::S; }));
     EXPECT_TRUE(differs([](auto& t) { t.axes[2][1] = -t.axes[2][1]; }));
+    EXPECT_TRUE(differs([](auto& t) { t.tilt.phi += 360.0; }));
+    EXPECT_TRUE(differs([](auto& t) { t.given[0] += 1.0; }));
 }
 
 // Projections by independent calculations.
