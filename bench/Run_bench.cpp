@@ -1,12 +1,16 @@
 // One pass (levels, derivatives, lines, nothing written), library calls, and whole processes, files
 // included.
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <map>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "BenchRotor.h"
 #include "kiv/files.h"
@@ -23,17 +27,32 @@ void Pass(benchmark::State& state, const BenchRun& run) {
     state.counters["items"] = pass.room().lines.size;
 }
 
-// A process of its own on the input file, as a user starts it. Returns its peak memory in MB, 0
-// when it did not run.
-double RunProcess() {
-    char program[] = KIV_PROGRAM, input[] = "bench_run.in";
-    char* argv[] = {program, input, nullptr};
+using Words = std::vector<const char*>;
+
+const Words kFile{kInputName}, kRun{"run", kInputName}, kCheck{"check", kInputName},
+    kVersion{"--version"};
+
+// A process of its own with these arguments, as a user starts it, saying nothing. Returns its peak
+// memory in MB, 0 when it did not run.
+double RunProcess(const Words& words) {
+    std::vector<char*> argv;
+    std::vector<std::string> texts{KIV_PROGRAM};
+    texts.insert(texts.end(), words.begin(), words.end());
+    for (std::string& text : texts) argv.push_back(text.data());
+    argv.push_back(nullptr);
     char* no_environment[] = {nullptr};
+    posix_spawn_file_actions_t silent;
+    posix_spawn_file_actions_init(&silent);
+    for (int fd : {STDOUT_FILENO, STDERR_FILENO}) {
+        posix_spawn_file_actions_addopen(&silent, fd, "/dev/null", O_WRONLY, 0);
+    }
     pid_t pid = 0;
     int status = 0;
     rusage usage{};
-    const bool ran = posix_spawn(&pid, program, nullptr, nullptr, argv, no_environment) == 0 &&
-                     wait4(pid, &status, 0, &usage) == pid && status == 0;
+    const bool ran =
+        posix_spawn(&pid, KIV_PROGRAM, &silent, nullptr, argv.data(), no_environment) == 0 &&
+        wait4(pid, &status, 0, &usage) == pid && status == 0;
+    posix_spawn_file_actions_destroy(&silent);
     return ran ? static_cast<double>(usage.ru_maxrss) / 1024.0 : 0.0;
 }
 
@@ -62,7 +81,7 @@ void WriteInput(const BenchRun& run) {
 std::map<int, double> peaks;  // MB, by max_J
 
 // The old results are there from the time before.
-void Process(benchmark::State& state, const BenchRun& run) {
+void Process(benchmark::State& state, const BenchRun& run, const Words& words) {
     WriteInput(run);
     {
         BenchPass pass(run);
@@ -70,19 +89,27 @@ void Process(benchmark::State& state, const BenchRun& run) {
         state.counters["items"] = pass.room().lines.size;
     }
     for (auto _ : state) {
-        if (RunProcess() == 0.0) return state.SkipWithError("the program did not run");
+        if (RunProcess(words) == 0.0) return state.SkipWithError("the program did not run");
     }
 }
 
 void OnePass(benchmark::State& state, int max_J) { Pass(state, BenchRotor(max_J)); }
 
 void WholeProcess(benchmark::State& state, int max_J) {
-    Process(state, BenchRotor(max_J));
+    Process(state, BenchRotor(max_J), kFile);
     state.counters["peak MB"] = peaks[max_J];
 }
 
 void TwoStatePass(benchmark::State& state, int max_J) { Pass(state, BenchBand(max_J)); }
-void TwoStateProcess(benchmark::State& state, int max_J) { Process(state, BenchBand(max_J)); }
+void TwoStateProcess(benchmark::State& state, int max_J) {
+    Process(state, BenchBand(max_J), kFile);
+}
+
+void RunCommand(benchmark::State& state, int max_J) { Process(state, BenchRotor(max_J), kRun); }
+void CheckCommand(benchmark::State& state, int max_J) { Process(state, BenchRotor(max_J), kCheck); }
+void VersionOption(benchmark::State& state, int max_J) {
+    Process(state, BenchRotor(max_J), kVersion);
+}
 
 // What a caller of the library asks for; returns the number of lines, 0 when a call fails.
 std::int32_t SolveAndCompute(const BenchRun& run, Workspace& work) {
@@ -116,7 +143,7 @@ constexpr int kMaxJs[] = {20, 35, 60, 100, 150, 200};
 void MeasurePeaks() {
     for (int max_J : kMaxJs) {
         WriteInput(BenchRotor(max_J));
-        peaks[max_J] = RunProcess();
+        peaks[max_J] = RunProcess(kFile);
     }
 }
 
@@ -124,6 +151,12 @@ void AddRunRows() {
     for (int max_J : kMaxJs) {
         AddRow("one pass, nothing written", "kiv", max_J, OnePass, max_J > 100 ? 3 : 5);
         AddRow("whole process, all written", "kiv", max_J, WholeProcess);
+    }
+    for (int max_J : {20, 60, 100}) {
+        AddRow("whole process of kiv run", "kiv", max_J, RunCommand);
+        AddRow("whole process of kiv run", "kiv FILE", max_J, WholeProcess);
+        AddRow("whole process of kiv check", "kiv", max_J, CheckCommand);
+        AddRow("whole process of kiv check", "--version", max_J, VersionOption);
     }
     AddRow("two states, one pass", "kiv", 35, TwoStatePass);
     AddRow("two states, whole process", "kiv", 35, TwoStateProcess);

@@ -354,7 +354,7 @@ def table(group, lines, base="", **more):
 def shipped(root):
     def files_of(path):
         return {p.name: p.read_bytes() for p in path.parent.iterdir()
-                if p.is_file() and p.suffix != ".md"}
+                if p.suffix in (".in", ".asn")}
 
     for path in sorted([*root.glob("examples/*/*.in"), *root.glob("tests/runs/*/*.in")]):
         name = f"{path.parent.name}/{path.name}"
