@@ -42,6 +42,12 @@ struct FeatureFitOptions {
 /// is.
 enum class FeatureFate : std::uint8_t { Used, Rejected, Unmatched };
 
+/// A transition of a blend in the calculation.
+struct BlendPart {
+    double position = 0.0;
+    double weight = 0.0;  // those of a blend add up to 1
+};
+
 struct FeatureResidual {
     FeatureFate fate = FeatureFate::Used;
     std::string reason;                // of a feature that was not used, without a full stop
@@ -51,6 +57,7 @@ struct FeatureResidual {
     double leverage = 0.0;      // diagonal of the hat matrix; 0 when not used; the two lines of a
                                 //   difference share that of the difference
     double predicted_sd = 0.0;  // sqrt(d C d) of the calculated value, see FeatureFit::predictions
+    std::vector<BlendPart> parts;  // of a blend with calculated lines, one for each transition
 };
 
 struct FeatureParameter {

@@ -42,6 +42,13 @@ void AddOptionsOf(CommandName command, CLI::App& app, Request& request) {
         app.add_option("--write", request.products)->type_name("LIST");
         app.add_flag("--in-place", request.in_place);
     }
+    if (command == CommandName::Report) {
+        app.add_option("--format", request.format)->type_name("FORMAT");
+        app.add_option("--correlations", request.correlations)->type_name("all");
+        app.add_option("--omit", request.omit)->type_name("NAME")->allow_extra_args(false);
+        app.add_option("--add", request.add)->type_name("NAME")->allow_extra_args(false);
+        app.add_flag("--trials", request.trials);
+    }
     if (command == CommandName::Convert || command == CommandName::New ||
         command == CommandName::Import) {
         app.add_flag("--force", request.force);

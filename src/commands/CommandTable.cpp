@@ -43,6 +43,29 @@ constexpr char kRunHelp[] =
     "when\n"
     "it does not, or when there is no result for another reason: then only the log is written.\n";
 
+constexpr char kReportHelp[] =
+    "Fits the constants of an input to its measured lines and prints a report: conventions, "
+    "constants,\n"
+    "figures of the fit, correlations, every line with its deviation, leverage and predicted\n"
+    "uncertainty, deviations by band type, J and Ka, rejected and repeated lines, blends. Writes "
+    "no\n"
+    "file. An input that fits nothing is calculated.\n"
+    "\n"
+    "  --format text|csv|latex|json   text is the default; csv: the measured lines; latex: a table "
+    "of\n"
+    "                                 the constants; json (or --json): the object of kiv run "
+    "--json\n"
+    "  --correlations all             all of them, not only those above 0.95\n"
+    "  --omit NAME, --add NAME        a refit without varying, or with varying, one constant as\n"
+    "                                 lower.DJ or upper.origin; may be repeated, each is a refit\n"
+    "  --trials                       such refits for every varied constant and for those of the "
+    "next\n"
+    "                                 order of distortion\n"
+    "  -o FILE                        writes the report there\n"
+    "\n"
+    "Status 4 when the fit does not converge or has no result; the report then shows what there "
+    "is.\n";
+
 constexpr char kConvertHelp[] =
     "Makes a named input of an old one of any version, or an old one (v5.6) of a named input. The "
     "line\n"
@@ -68,8 +91,8 @@ constexpr CommandInfo kCommands[] = {
      "say what was understood, what is wrong, what is doubtful", Check, kCheckHelp},
     {CommandName::Run, "run", "FILE", "calculate or fit, write the results, print a summary", Run,
      kRunHelp},
-    {CommandName::Report, "report", "FILE", "fit and print a report (not in this version)", nullptr,
-     kLater},
+    {CommandName::Report, "report", "FILE", "fit and print a report to read", MakeReport,
+     kReportHelp},
     {CommandName::Export, "export", "FORMAT FILE",
      "write lines or levels in another format (not in this version)", nullptr, kLater},
     {CommandName::Import, "import", "FILE... -o OUT.toml",
@@ -91,6 +114,7 @@ constexpr char kUsage[] =
     "    kiv new rotor -o mine.toml      an input to start from: replace its numbers, then\n"
     "    kiv check mine.toml             see what is understood, what is wrong, what is doubtful\n"
     "    kiv run mine.toml               calculate the lines, or fit the constants\n"
+    "    kiv report mine.toml            fit, and print all by which the fit is judged\n"
     "\n"
     "Commands:\n";
 

@@ -12,6 +12,7 @@ namespace kiv {
 // Each does what a request asks for and returns the exit status.
 int Check(const Request& request, Terminal& terminal);
 int Run(const Request& request, Terminal& terminal);
+int MakeReport(const Request& request, Terminal& terminal);
 int Convert(const Request& request, Terminal& terminal);
 int New(const Request& request, Terminal& terminal);
 int Help(const Request& request, Terminal& terminal);

@@ -42,6 +42,10 @@ struct Request {
     std::optional<std::string> products;  // run --write
     bool in_place = false;
     bool force = false;
+    std::optional<std::string> format;        // report --format
+    std::optional<std::string> correlations;  // report --correlations
+    std::vector<std::string> omit, add;       // report --omit, --add
+    bool trials = false;
 };
 
 /// How a command line is read.

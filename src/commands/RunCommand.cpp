@@ -1,12 +1,12 @@
 // kiv run
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 #include "commands/Commands.h"
 #include "commands/LoadJob.h"
 #include "commands/Products.h"
 #include "commands/RunOutcome.h"
+#include "commands/RunParts.h"
 #include "job/Understood.h"
 #include "named/NumberText.h"
 #include "system/OutputSet.h"
@@ -14,41 +14,6 @@
 
 namespace kiv {
 namespace {
-
-constexpr double kRoomTemperature = 300.0;  // of Q where lines have strengths
-
-// Shows J by J and cycle by cycle what goes on, once a run is not over at once.
-class ShownProgress final : public Report {
-  public:
-    ShownProgress(Terminal& terminal, bool tells_cycles)
-        : terminal_(terminal), tells_cycles_(tells_cycles), next_(Now() + kPatience) {}
-    ~ShownProgress() override { terminal_.Progress(""); }
-    ShownProgress(const ShownProgress&) = delete;
-    ShownProgress& operator=(const ShownProgress&) = delete;
-
-    void Progress(Stage stage, int done, int all) override {
-        if (stage == Stage::FitCycle) {
-            cycle_ = "cycle " + std::to_string(done) + " done, ";
-            if (tells_cycles_) terminal_.Note("fit: cycle " + std::to_string(done) + " is done");
-        }
-        if (!terminal_.shows_progress() || Now() < next_) return;
-        next_ = Now() + kStep;
-        static constexpr const char* kStages[] = {"lower levels: J ", "upper levels: J ",
-                                                  "lines: J ", "fit: cycle "};
-        terminal_.Progress("kiv: " + cycle_ + kStages[static_cast<int>(stage)] +
-                           std::to_string(done) + " of " + std::to_string(all));
-    }
-
-  private:
-    using Clock = std::chrono::steady_clock;
-    static Clock::time_point Now() { return Clock::now(); }
-    static constexpr std::chrono::milliseconds kPatience{400}, kStep{100};
-
-    Terminal& terminal_;
-    const bool tells_cycles_;
-    Clock::time_point next_;
-    std::string cycle_;
-};
 
 class RunOfJob {
   public:
@@ -59,14 +24,12 @@ class RunOfJob {
 
   private:
     Status Prepare();
-    void SumLevels();
     Status AddLines();
     std::string LogText(const std::string& summary) const;
     std::string ResultText();
     void AddFitted();
     std::string FittedNamed(const std::string& name) const;
     std::string FittedOld(const std::string& name) const;
-    void TellUnsettled();
     int PutResult(const std::string& text, int status);
     int Finish();
     int Fail(const Error& error, int status) {
@@ -105,16 +68,6 @@ Status RunOfJob::Prepare() {
         planned_.push_back(name());
     }
     return {};
-}
-
-void RunOfJob::SumLevels() {
-    Settings settings = calculation_.settings;
-    if (settings.lines.temperature <= 0.0) settings.lines.temperature = kRoomTemperature;
-    outcome_.temperature = settings.lines.temperature;
-    const PassRoom& room = calculation_.room;
-    const Result<Partition> sum =
-        PartitionOf(calculation_.model, settings, room.lower(), room.upper(), work_);
-    if (sum) outcome_.partition = sum.value();
 }
 
 Status RunOfJob::AddLines() {
@@ -207,21 +160,9 @@ int RunOfJob::PutResult(const std::string& text, int status) {
     return put ? status : Fail(put.error(), kFileFailed);
 }
 
-// A fit of an old input does as many cycles as it asks for.
-void RunOfJob::TellUnsettled() {
-    if (job_.form == InputForm::Named || !calculation_.fit || calculation_.settled) return;
-    Findings late;
-    late.Add(FindingCode::NotConverged, job_.file, job_.input.places.Of("fit.cycles"),
-             "the constants still change in the last of " +
-                 std::to_string(calculation_.fit->cycles) +
-                 " cycles, ask for more or run the fitted input once more");
-    terminal_.Show(late);
-    outcome_.findings.Append(late);
-}
-
 // What a person or a script reads; made while the lines are still there.
 std::string RunOfJob::ResultText() {
-    if (outcome_.has_result()) SumLevels();
+    if (outcome_.has_result()) SumLevels(calculation_, work_, outcome_);
     const std::string summary = SummaryText(outcome_);
     log_ = LogText(summary);
     return request_.json ? SummaryJson(outcome_) : summary;
@@ -257,16 +198,13 @@ int RunOfJob::Go() {
     }
     const Status prepared = Prepare();
     if (!prepared) return Fail(prepared.error(), kWrongUse);
-    if (request_.verbose) {
-        terminal_.Note("read: " + job_.file);
-        if (job_.lines && job_.lines->is_there) terminal_.Note("read: " + job_.lines->file);
-    }
+    if (request_.verbose) NoteRead(job_, terminal_);
     outcome_.calculation = &calculation_;
     {
         ShownProgress progress(terminal_, request_.verbose);
         outcome_.status = Calculate(job_, work_, progress, calculation_);
     }
-    TellUnsettled();
+    TellUnsettled(terminal_, outcome_);
     return Finish();
 }
 

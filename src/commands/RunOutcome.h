@@ -1,4 +1,4 @@
-// What `kiv run` has to tell: to a person, to a script, and in the log.
+// What `kiv run` and `kiv report` have to tell: to a person, to a script, and in the log.
 #pragma once
 
 #include <optional>
@@ -28,6 +28,9 @@ struct RunOutcome {
 /// Indices of the parameters in the order in which inputs list constants, the origin last.
 std::vector<std::size_t> ListedOrder(const FeatureFit& fit);
 
+/// Why a constant was held, and with which others it is tied.
+std::string HeldText(const FeatureParameter& varied);
+
 /// Why there are no lines, one sentence.
 std::string WhyNoResult(const RunOutcome& outcome);
 
@@ -39,8 +42,5 @@ std::string ResidualsText(const RunOutcome& outcome);
 
 /// The summary as one JSON object and a line end; results are null where there are none.
 std::string SummaryJson(const RunOutcome& outcome);
-
-/// "1 1 1 - 2 0 2", with v where a model has two states and a line is not between them.
-std::string TransitionText(const LineTransition& line, bool two_states);
 
 }  // namespace kiv

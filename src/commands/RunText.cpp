@@ -1,11 +1,10 @@
 // Summaries of runs as texts.
 #include <algorithm>
 #include <cmath>
-#include <cstdarg>
-#include <cstdio>
 #include <utility>
 
 #include "commands/RunOutcome.h"
+#include "commands/TextParts.h"
 #include "named/NamedConstants.h"
 #include "named/NumberText.h"
 
@@ -13,29 +12,6 @@ namespace kiv {
 namespace {
 
 constexpr std::size_t kWorst = 5;  // lines of a summary
-
-std::string Format(const char* format, ...) __attribute__((format(printf, 1, 2)));
-
-std::string Format(const char* format, ...) {
-    char text[400];
-    std::va_list args;
-    va_start(args, format);
-    std::vsnprintf(text, sizeof text, format, args);
-    va_end(args);
-    return text;
-}
-
-std::string Plural(long long number, const char* word) {
-    return std::to_string(number) + " " + word + (number == 1 ? "" : "s");
-}
-
-std::string Padded(std::string text, std::size_t width) {
-    text.resize(std::max(text.size(), width), ' ');
-    return text;
-}
-
-// Digits behind the point of frequencies: 1e-4 MHz, 1e-8 cm-1.
-int DigitsOf(const Job& job) { return job.input.unit == EnergyUnit::MHz ? 4 : 8; }
 
 std::string SourceOf(const RunOutcome& outcome, std::size_t feature) {
     const LineFeature& lines = outcome.calculation->features[feature];
@@ -100,8 +76,8 @@ std::vector<std::size_t> WorstOf(const FeatureFit& fit) {
 std::string FitHead(const RunOutcome& outcome) {
     const FeatureFit& fit = *outcome.calculation->fit;
     std::string text = "fit of " +
-                       Plural(static_cast<long long>(fit.parameters.size()), "constant") + " to " +
-                       Plural(fit.used, "line") + ": ";
+                       Plural(static_cast<std::int64_t>(fit.parameters.size()), "constant") +
+                       " to " + Plural(fit.used, "line") + ": ";
     const std::string cycles = Plural(fit.cycles, "cycle");
     text += fit.converged ? "converged in " + cycles : "NOT converged in " + cycles;
     text += "\n  " + std::to_string(fit.used) + " used, " + std::to_string(fit.rejected) +
@@ -122,10 +98,7 @@ std::string FitConstants(const RunOutcome& outcome) {
         std::string line = Format("  %-12s ", varied.parameter.Name().c_str());
         line += Padded(WithUncertainty(varied.parameter.value, sd), 26);
         if (!varied.determined) {
-            line += "  not determined by the lines, held";
-            for (std::size_t k = 0; k < varied.tied_to.size(); ++k) {
-                line += (k == 0 ? "; only together with " : ", ") + varied.tied_to[k];
-            }
+            line += "  " + HeldText(varied);
         } else if (varied.relative) {
             line += "  (error of the difference to the lower state)";
         }
@@ -179,15 +152,6 @@ std::string PartitionText(const RunOutcome& outcome) {
 
 }  // namespace
 
-std::string TransitionText(const LineTransition& line, bool two_states) {
-    const auto level = [&](const LineLevel& l, bool with_v) {
-        std::string text = Format("%d %d %d", l.J, l.Ka, l.Kc);
-        return with_v ? Format("v%d ", l.v) + text : text;
-    };
-    const bool with_v = two_states && line.upper.v == line.lower.v;
-    return level(line.upper, with_v) + " - " + level(line.lower, with_v);
-}
-
 std::string ResidualsText(const RunOutcome& outcome) {
     const FeatureFit& fit = *outcome.calculation->fit;
     std::vector<std::size_t> all(fit.residuals.size());
@@ -195,6 +159,14 @@ std::string ResidualsText(const RunOutcome& outcome) {
     const std::size_t width = SourceWidth(outcome, all);
     std::string text = ResidualsHead(width);
     for (const std::size_t i : all) text += ResidualText(outcome, i, width);
+    return text;
+}
+
+std::string HeldText(const FeatureParameter& varied) {
+    std::string text = "not determined by the lines, held";
+    for (std::size_t k = 0; k < varied.tied_to.size(); ++k) {
+        text += (k == 0 ? "; only together with " : ", ") + varied.tied_to[k];
+    }
     return text;
 }
 

@@ -123,6 +123,9 @@ void SetResiduals(const EndedFit& ended, FeatureFit& fit) {
         residual.uncertainty = features.feature(i).uncertainty;
         if (residual.fate == FeatureFate::Unmatched) continue;
         residual.calculated = ended.features.calculated(i);
+        if (features.Components(i).size() > 1) {
+            residual.parts = ended.features.Parts(i, fit.model.origin.value);
+        }
         const double* const derivatives = ended.features.Derivatives(i);
         residual.predicted_sd =
             fit.predictions * Deviation(p, fit.root, [&](std::size_t m) { return derivatives[m]; });

@@ -174,6 +174,14 @@ double FeatureProblem::Noise(std::span<const FeatureFate> fate) const {
     return std::sqrt(sum);
 }
 
+std::vector<BlendPart> FeatureProblem::Parts(std::size_t feature, double origin) const {
+    std::vector<BlendPart> parts;
+    for (const Component& c : features_.Components(feature)) {
+        parts.push_back({c.Position(levels_, origin), c.weight});
+    }
+    return parts;
+}
+
 std::string FeatureProblem::Fault(std::size_t feature) const {
     if (!equations_.fault[feature].empty()) return equations_.fault[feature];
     return HasLine(feature) ? "" : "the calculated line goes down in energy";

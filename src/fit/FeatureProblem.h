@@ -62,6 +62,8 @@ class FeatureProblem {
     const double* Derivatives(std::size_t feature) const {
         return &derivative_.block()[feature * derivative_.cols()];
     }
+    /// The transitions of a feature that has a line.
+    std::vector<BlendPart> Parts(std::size_t feature, double origin) const;
     bool HasLine(std::size_t feature) const { return has_line_[feature]; }
 
     /// Why a feature makes no equation; empty when it makes one.

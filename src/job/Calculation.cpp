@@ -15,6 +15,7 @@
 #include "io/AssignmentFile.h"
 #include "io/TextLines.h"
 #include "job/LineRange.h"
+#include "job/ObservedLines.h"
 #include "job/OldForm.h"
 #include "named/NamedInput.h"
 
@@ -47,41 +48,6 @@ class LastChange final : public Report, private Trace {
     bool settled_ = true;
 };
 
-using Transition = std::pair<LineLevel, LineLevel>;
-
-// The observed value of a transition that was measured several times: the weighted mean.
-struct Observed {
-    double weight = 0.0, weighted = 0.0;  // sums of 1/u^2, of x/u^2
-
-    void Add(const LineFeature& feature) {
-        const double u = feature.uncertainty > 0.0 ? feature.uncertainty : kNoWeight;
-        weight += 1.0 / (u * u);
-        weighted += feature.frequency / (u * u);
-    }
-    double value() const { return weighted / weight; }
-    double uncertainty() const { return 1.0 / std::sqrt(weight); }
-};
-
-// The measured lines of one kind, each once.
-Result<Assignments> AssignmentsOf(const std::vector<LineFeature>& features, bool one_state,
-                                  const Memory& memory) {
-    std::map<Transition, Observed> observed;
-    const int v_upper = one_state ? 0 : 1;
-    for (const LineFeature& feature : features) {
-        for (const LineTransition& line : feature.transitions) {
-            if (line.upper.v != v_upper || line.lower.v != 0) continue;
-            observed[{line.upper, line.lower}].Add(feature);
-        }
-    }
-    std::vector<MeasuredLine> lines;
-    for (const auto& [transition, mean] : observed) {
-        const auto& [upper, lower] = transition;
-        lines.push_back({upper.J, upper.Ka, upper.Kc, lower.J, lower.Ka, lower.Kc, mean.value(),
-                         mean.uncertainty()});
-    }
-    return Assignments::From(lines, {}, memory);
-}
-
 // A state that was turned by right angles keeps its constants exchanged: they are then those of the
 // axes of the basis.
 Model InOwnAxes(Model model, const PassRoom& room) {
@@ -97,11 +63,13 @@ Model InOwnAxes(Model model, const PassRoom& room) {
 
 class JobRun {
   public:
-    JobRun(const Job& job, Workspace& work, Report& report, Calculation& result)
-        : job_(job), work_(work), report_(report), to_(result) {}
+    JobRun(const Job& job, LineChoice choice, Workspace& work, Report& report, Calculation& result)
+        : job_(job), choice_(choice), work_(work), report_(report), to_(result) {}
 
     Status Named();
     Status Old();
+    Status FitAlone();
+    Status Judge();
 
   private:
     PassTask Task(bool is_complex, bool exchanges_axes) const {
@@ -109,11 +77,13 @@ class JobRun {
                 to_.settings.max_J,
                 &to_.settings.lines,
                 &to_.assignments,
-                LineChoice::All,
+                choice_,
                 is_complex,
                 false,
                 exchanges_axes};
     }
+    void BeginNamed();
+    Status BeginOld(InputFile& file);
     Status FitNamed();
     void MarkRejected();
     Status ReadOldLines(InputFile& file);
@@ -122,10 +92,17 @@ class JobRun {
     Status KeepCovariance();
 
     const Job& job_;
+    const LineChoice choice_;
     Workspace& work_;
     Report& report_;
     Calculation& to_;
 };
+
+void JobRun::BeginNamed() {
+    to_.model = ModelOf(job_.input);
+    to_.settings = SettingsOf(job_.input);
+    if (job_.lines) to_.features = job_.lines->features;
+}
 
 Status JobRun::FitNamed() {
     Result<FeatureFit> fit = FitFeatures(to_.model, to_.settings, to_.features,
@@ -188,15 +165,13 @@ Status JobRun::KeepCovariance() {
 }
 
 Status JobRun::Named() {
-    to_.model = ModelOf(job_.input);
-    to_.settings = SettingsOf(job_.input);
-    if (job_.lines) to_.features = job_.lines->features;
+    BeginNamed();
     if (job_.is_fit()) {
         KIV_TRY(FitNamed());
         if (!to_.settled) return {};
     }
     Result<Assignments> assignments =
-        AssignmentsOf(to_.features, to_.model.one_state, work_.memory());
+        ObservedLines(to_.features, to_.model.one_state, work_.memory());
     if (!assignments) return assignments.error();
     to_.assignments = std::move(assignments).value();
     const bool is_complex = NeedsComplex(to_.model.lower()) ||
@@ -249,6 +224,7 @@ Status JobRun::ReadOldLines(InputFile& file) {
 Status JobRun::FitOld(const PassTask& pass, FitResult& fit) {
     FitTask task{&to_.model, &to_.settings, &to_.assignments};
     task.is_complex = pass.is_complex;
+    task.last = choice_;
     task.after_pass = LeaveTurned;
     task.exchanges_axes = true;
     LastChange listener(report_);
@@ -271,19 +247,23 @@ Status JobRun::FitOld(const PassTask& pass, FitResult& fit) {
     return {};
 }
 
-Status JobRun::Old() {
-    InputFile file = *job_.old;
+Status JobRun::BeginOld(InputFile& file) {
     to_.model = ModelOf(file);
     to_.settings = SettingsOf(file);
+    const Result<std::optional<ParityRule>> parity = ParityOf(file);
+    if (!parity) return parity.error();
+    to_.settings.lines.parity = parity.value();
+    return ReadOldLines(file);
+}
+
+Status JobRun::Old() {
+    InputFile file = *job_.old;
+    KIV_TRY(BeginOld(file));
     const PassTask pass = Task(IsComplexRun(to_.model), true);
     for (const StateIndex index : {kLower, kUpper}) {
         EnterCrossTerms(to_.model.states[index], Turn(to_.model.states[index]));
     }
-    const Result<std::optional<ParityRule>> parity = ParityOf(file);
-    if (!parity) return parity.error();
-    to_.settings.lines.parity = parity.value();
     KIV_TRY(to_.room.Reserve(pass, work_.memory()));
-    KIV_TRY(ReadOldLines(file));
     FitResult fit;
     if (file.cycles > 0) {
         KIV_TRY(FitOld(pass, fit));
@@ -301,6 +281,39 @@ Status JobRun::Old() {
     return {};
 }
 
+Status JobRun::FitAlone() {
+    if (job_.form == InputForm::Old) return Old();
+    BeginNamed();
+    return FitNamed();
+}
+
+Status JobRun::Judge() {
+    if (job_.form == InputForm::Named) {
+        BeginNamed();
+    } else {
+        InputFile file = *job_.old;
+        KIV_TRY(BeginOld(file));
+    }
+    to_.model.origin.fit = false;
+    for (State& state : to_.model.states) {
+        for (Term& term : state.terms.values) term.fit = false;
+    }
+    Result<FeatureFit> judged = JudgeFeatures(to_.model, to_.settings, to_.features,
+                                              FitOptionsOf(job_, to_.settings), work_, report_);
+    if (!judged) return judged.error();
+    to_.fit = std::move(judged).value();
+    return {};
+}
+
+// What is asked of a job, for all lines or for the measured ones alone.
+Status Done(const Job& job, LineChoice choice, Workspace& work, Report& report, Calculation& result,
+            Status (JobRun::*what)()) try {
+    JobRun run(job, choice, work, report, result);
+    return (run.*what)();
+} catch (const std::bad_alloc&) {
+    return NoMemory("");
+}
+
 }  // namespace
 
 FeatureFitOptions FitOptionsOf(const Job& job, const Settings& settings) {
@@ -314,11 +327,18 @@ FeatureFitOptions FitOptionsOf(const Job& job, const Settings& settings) {
     return options;
 }
 
-Status Calculate(const Job& job, Workspace& work, Report& report, Calculation& result) try {
-    JobRun run(job, work, report, result);
-    return job.form == InputForm::Named ? run.Named() : run.Old();
-} catch (const std::bad_alloc&) {
-    return NoMemory("");
+Status Calculate(const Job& job, Workspace& work, Report& report, Calculation& result) {
+    const bool is_named = job.form == InputForm::Named;
+    return Done(job, LineChoice::All, work, report, result,
+                is_named ? &JobRun::Named : &JobRun::Old);
+}
+
+Status FitAlone(const Job& job, Workspace& work, Report& report, Calculation& result) {
+    return Done(job, LineChoice::Assigned, work, report, result, &JobRun::FitAlone);
+}
+
+Status JudgeLines(const Job& job, Workspace& work, Report& report, Calculation& result) {
+    return Done(job, LineChoice::Assigned, work, report, result, &JobRun::Judge);
 }
 
 }  // namespace kiv

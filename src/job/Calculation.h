@@ -44,6 +44,13 @@ struct Calculation {
 /// NegativeConstant, NotConverged, NoMemory, Cancelled; what was reached until then is in `result`.
 Status Calculate(const Job& job, Workspace& work, Report& report, Calculation& result);
 
+/// The fit of a job alone: model, settings, features and fit are those of Calculate. Levels are
+/// solved up to the highest J of a measured line, and no line but these is looked at.
+Status FitAlone(const Job& job, Workspace& work, Report& report, Calculation& result);
+
+/// The measured lines of a job beside its constants as they are: a fit that varies nothing.
+Status JudgeLines(const Job& job, Workspace& work, Report& report, Calculation& result);
+
 /// The constants of a fit that are varied, as options of the library.
 FeatureFitOptions FitOptionsOf(const Job& job, const Settings& settings);
 

@@ -75,15 +75,27 @@ class Describer {
     }
 
     void DescribeAll(std::span<const std::string> files) {
-        if (!input_.title.empty()) page_.Add("title", input_.title);
-        DescribeConvention();
+        DescribeModel();
+        page_.Add("",
+                  "H = A Pz^2 + B Px^2 + C Py^2 - DJ P^4 - DJK P^2 Pz^2 - DK Pz^4 + HJ P^6 + ...");
         DescribeConstants();
+        DescribeTilt();
         DescribeMoment();
         DescribeSpectrum();
         if (job_.usable()) DescribeExpected();
+        DescribeLines();
         DescribeFit();
+        if (job_.is_fit()) page_.Add("", Joined(FittedNames(), " "));
         const std::vector<std::string> names(files.begin(), files.end());
         if (!names.empty()) page_.Add("files", Joined(names, ", "));
+    }
+
+    void DescribeConventions() {
+        DescribeModel();
+        page_.Add("", "H = A Pz^2 + B Px^2 + C Py^2 - DJ P^4 - DJK P^2 Pz^2 - ... + HJ P^6 + ...");
+        if (IsTilted()) DescribeTilt();
+        DescribeLines();
+        DescribeFit();
     }
 
   private:
@@ -91,7 +103,8 @@ class Describer {
 
     std::string With(double value) const { return ShortestText(value) + " " + Unit(); }
 
-    void DescribeConvention() {
+    void DescribeModel() {
+        if (!input_.title.empty()) page_.Add("title", input_.title);
         page_.Add("model", input_.two_states ? "lines between two states, upper and lower"
                                              : "one state, rotational lines");
         std::string reduction = "Watson's ";
@@ -102,8 +115,6 @@ class Describer {
                 std::string(" (lower) and ") + (upper == Reduction::A ? "A" : "S") + " (upper)";
         }
         page_.Add("", reduction + " reduction in representation I^r: x = b, y = c, z = a");
-        page_.Add("",
-                  "H = A Pz^2 + B Px^2 + C Py^2 - DJ P^4 - DJK P^2 Pz^2 - DK Pz^4 + HJ P^6 + ...");
     }
 
     void DescribeConstants() {
@@ -123,7 +134,6 @@ class Describer {
         if (input_.two_states && input_.relative) {
             page_.Add("", "upper constants are fitted as differences to the lower ones");
         }
-        DescribeTilt();
     }
 
     // Rows of the constants that take part; d1 of one state stands beside dJ of the other.
@@ -144,6 +154,11 @@ class Describer {
                                   (input_.two_states ? "" : " " + Unit()));
             rows.back().push_back(term.fit ? "fitted" : "");
         }
+    }
+
+    bool IsTilted() const {
+        return std::any_of(states_.begin(), states_.end(),
+                           [&](StateIndex state) { return !input_.states[state].tilt.IsZero(); });
     }
 
     void DescribeTilt() {
@@ -226,7 +241,6 @@ class Describer {
             page_.Add("fit", "none, there are no measured lines");
             return;
         }
-        DescribeLines();
         const std::vector<std::string> names = FittedNames();
         if (!job_.is_fit()) {
             page_.Add("fit",
@@ -249,10 +263,10 @@ class Describer {
         page_.Add("", std::string("weights: ") +
                           (by_uncertainty ? "1/uncertainty^2" : "the same for all lines") +
                           "; rejected lines: " + reject);
-        page_.Add("", Joined(names, " "));
     }
 
     void DescribeLines() {
+        if (input_.fit.lines.empty()) return;
         if (!job_.lines || !job_.lines->is_there) {
             page_.Add("measured", input_.fit.lines + " is not there");
             return;
@@ -297,6 +311,13 @@ std::string UnderstoodText(const Job& job, std::span<const std::string> files) {
     const auto& lower = job.input.lower().terms;
     const bool is_read = job.usable() || lower[Constant::A].value != 0.0;
     if (is_read) Describer(job, page).DescribeAll(files);
+    return page.text();
+}
+
+std::string ConventionsText(const Job& job) {
+    Page page;
+    page.Add("input", job.file + (job.old ? ", version " + job.old->version : ""));
+    Describer(job, page).DescribeConventions();
     return page.text();
 }
 

@@ -12,4 +12,8 @@ namespace kiv {
 /// expect and the files that would be written, defaults included.
 std::string UnderstoodText(const Job& job, std::span<const std::string> files);
 
+/// Title, model, conventions, tilted axes, measured lines and how they are fitted, without the
+/// constants.
+std::string ConventionsText(const Job& job);
+
 }  // namespace kiv

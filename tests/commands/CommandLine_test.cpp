@@ -37,7 +37,7 @@ TEST_F(CommandLine, TellsWhatIsWrongAndWhatWasMeant) {
         {"convert rotor.toml", "-o OUT"},
         {"convert rotor.toml -o rotor.txt", "rotor.txt"},
         {"help chek", "chek"},
-        {"report rotor.toml", "kiv report"},
+        {"view rotor.toml", "kiv view"},
         {"-q", "a command is missing"},
         {"check rotor.toml -o rotor.toml", "rotor.toml"},
         {"check rotor.toml -o ./rotor.toml", "rotor.toml"},
@@ -61,7 +61,7 @@ TEST_F(CommandLine, HelpAndVersion) {
         EXPECT_EQ(Kiv(same).out, help.out) << same;
     }
     EXPECT_EQ(Kiv("--version").out, "kiv " + std::string(kInputVersion) + "\n");
-    for (const char* name : {"check", "run", "convert", "new"}) {
+    for (const char* name : {"check", "run", "report", "convert", "new"}) {
         EXPECT_TRUE(Has(help.out, std::string("\n  ") + name + " ")) << name;
         const std::string own = Kiv(std::string("help ") + name).out;
         EXPECT_TRUE(own.starts_with(std::string("kiv ") + name));
