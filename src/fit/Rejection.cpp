@@ -1,8 +1,8 @@
 #include "fit/Rejection.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 
 namespace kiv {
@@ -22,7 +22,8 @@ double MedianOf(std::vector<double> numbers) {
 
 std::string TextOf(double x) {
     char text[32];
-    return {text, std::to_chars(text, text + sizeof text, x).ptr};
+    std::snprintf(text, sizeof text, "%g", x);
+    return text;
 }
 
 }  // namespace
