@@ -50,6 +50,9 @@ struct Levels {
                static_cast<std::size_t>(rank);
     }
 
+    /// J of the level with an index.
+    static int JOf(std::size_t index);
+
     /// Energy of a level; rank 0..2J.
     double Energy(int J, int rank) const { return energy[Index(J, rank)]; }
 
@@ -75,6 +78,9 @@ struct Levels {
     /// Takes the arrays for `max_J`. NoMemory names the array; a max_J below 0 or one whose levels
     /// cannot be counted in 32 bits is refused like too large an array.
     Status Reserve(const Memory& memory, int max_J, bool is_complex, int num_derivatives);
+
+    /// The same without the eigenvectors.
+    Status ReserveFigures(const Memory& memory, int max_J, int num_derivatives);
 };
 
 /// True when `state` needs a complex Hamiltonian: a term with imaginary elements is on, or its axes

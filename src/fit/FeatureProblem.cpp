@@ -69,7 +69,7 @@ Status FeatureProblem::Begin(const Model& model, std::span<const FitParameter> p
         return NoMemory(array_name::kFitDerivatives);
     }
     if (features_.max_J() < 0) return {};
-    return levels_.Reserve(model, features_.states(), features_.max_J(), memory);
+    return levels_.Reserve(model, features_.WantedLevels(), features_.max_J(), memory);
 }
 
 Status FeatureProblem::Solve(const Model& model, Workspace& work, Report& report) {

@@ -2,64 +2,93 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
+#include <utility>
 
 #include "levels/Solution.h"
 #include "levels/Symmetry.h"
 
 namespace kiv {
 
-Status StateLevels::Reserve(const Model& model, std::array<bool, kNumStates> used, int max_J,
+Status StateLevels::Reserve(const Model& model, std::array<Wanted, kNumStates> wanted, int max_J,
                             const Memory& memory) {
-    used_ = used;
+    wanted_ = std::move(wanted);
     max_J_ = max_J;
     is_complex_ = NeedsComplex(model.lower()) || (!model.one_state && NeedsComplex(model.upper()));
     for (const StateIndex index : {kLower, kUpper}) {
         is_solved_[index] = false;
-        if (!used_[index]) continue;
-        const TurnedState state = Turn(model.states[index]);
-        KIV_TRY(kiv::Reserve({{&state, is_complex_}, max_J, index}, memory, levels_[index]));
+        if (!has(index)) continue;
+        wanted_J_[index].assign(static_cast<std::size_t>(max_J) + 1, false);
+        for (const std::size_t level : wanted_[index].levels) {
+            wanted_J_[index][static_cast<std::size_t>(Levels::JOf(level))] = true;
+        }
+        of_symmetry_[index].resize(Levels::Index(max_J + 1, 0));
+        KIV_TRY(ReserveState(Turn(model.states[index]), index, memory));
     }
     return {};
+}
+
+Status StateLevels::ReserveState(const TurnedState& state, StateIndex index, const Memory& memory) {
+    const LevelTask task{{&state, is_complex_}, max_J_, index};
+    is_chosen_[index] = !wanted_[index].vectors && ChosenLevels::CanSolve(task.H);
+    if (!is_chosen_[index]) return kiv::Reserve(task, memory, levels_[index]);
+    KIV_TRY(levels_[index].ReserveFigures(memory, max_J_, state.NumOn()));
+    return chosen_[index].Choose(wanted_[index].levels, max_J_, memory);
 }
 
 Status StateLevels::Solve(const Model& model, Workspace& work, Report& report) {
     for (const StateIndex index : {kLower, kUpper}) {
-        if (!used_[index]) continue;
+        if (!has(index)) continue;
         const TurnedState turned = Turn(model.states[index]);
         if (is_solved_[index] && SameBits(turned, turned_[index])) continue;
         is_solved_[index] = false;
         turned_[index] = turned;
-        const LevelTask task{{&turned, is_complex_}, max_J_, index};
-        KIV_TRY(kiv::Solve(task, work, report, levels_[index]));
+        KIV_TRY(SolveState(turned, index, work, report));
         is_solved_[index] = true;
-        SortBySymmetry(index);
     }
     return {};
 }
 
-// Label by label the next level of the class that the label belongs to.
-void StateLevels::SortBySymmetry(StateIndex state) {
-    const Levels& levels = levels_[state];
-    of_symmetry_[state].clear();
-    for (int J = 0; J <= max_J_; ++J) {
-        std::array<int, kAllC2 + 1> next{};  // rank from which on the class is looked for
-        for (int rank = 0; rank <= 2 * J; ++rank) {
-            const std::size_t label = Levels::Index(J, rank);
-            const std::uint8_t odd =
-                levels.OddInBasis(LabelOdd(kAllC2, levels.ka[label], levels.kc[label]));
-            int& from = next[odd];
-            while (from <= 2 * J && levels.odd[Levels::Index(J, from)] != odd) ++from;
-            of_symmetry_[state].push_back(Levels::Index(J, from++));
+Status StateLevels::SolveState(const TurnedState& state, StateIndex index, Workspace& work,
+                               Report& report) {
+    const LevelTask task{{&state, is_complex_}, max_J_, index, &wanted_J_[index]};
+    Levels& levels = levels_[index];
+    if (is_chosen_[index] && !ChosenLevels::CanSolve(task.H)) {  // a constant is no longer 0
+        is_chosen_[index] = false;
+        KIV_TRY(kiv::Reserve(task, work.memory(), levels));
+    }
+    if (!is_chosen_[index]) {
+        KIV_TRY(kiv::Solve(task, work, report, levels));
+        for (int J = 0; J <= max_J_; ++J) {
+            if (wanted_J_[index][static_cast<std::size_t>(J)]) SortBySymmetry(index, J);
         }
+        return {};
+    }
+    KIV_TRY(chosen_[index].Solve(task, work, report, levels));
+    std::iota(of_symmetry_[index].begin(), of_symmetry_[index].end(), std::size_t{0});
+    for (const int J : chosen_[index].irregular()) SortBySymmetry(index, J);
+    return {};
+}
+
+// Label by label the next level of the class that the label belongs to.
+void StateLevels::SortBySymmetry(StateIndex state, int J) {
+    const Levels& levels = levels_[state];
+    std::array<int, kAllC2 + 1> next{};  // rank from which on the class is looked for
+    for (int rank = 0; rank <= 2 * J; ++rank) {
+        const std::size_t label = Levels::Index(J, rank);
+        const std::uint8_t odd =
+            levels.OddInBasis(LabelOdd(kAllC2, levels.ka[label], levels.kc[label]));
+        int& from = next[odd];
+        while (from <= 2 * J && levels.odd[Levels::Index(J, from)] != odd) ++from;
+        of_symmetry_[state][label] = Levels::Index(J, from++);
     }
 }
 
 double StateLevels::LargestEnergy() const {
     double largest = 0.0;
-    for (std::size_t state = 0; state < kNumStates; ++state) {
-        if (!used_[state]) continue;
-        for (const double energy : levels_[state].energy) {
-            largest = std::max(largest, std::fabs(energy));
+    for (const StateIndex state : {kLower, kUpper}) {
+        for (const std::size_t level : wanted_[state].levels) {
+            largest = std::max(largest, std::fabs(levels_[state].energy[level]));
         }
     }
     return largest;

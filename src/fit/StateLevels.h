@@ -9,19 +9,26 @@
 #include "kiv/model.h"
 #include "kiv/report.h"
 #include "kiv/workspace.h"
+#include "levels/ChosenLevels.h"
 #include "model/Frames.h"
 
 namespace kiv {
 
 class StateLevels {
   public:
-    /// Takes room for J = 0..max_J of the states in `used`, of which no more constants may be on
-    /// later. NoMemory.
-    Status Reserve(const Model& model, std::array<bool, kNumStates> used, int max_J,
+    /// The levels that are wanted of a state, by their indices, and whether with eigenvectors.
+    struct Wanted {
+        std::vector<std::size_t> levels;
+        bool vectors = false;
+    };
+
+    /// Takes room for the levels that are wanted, with J up to max_J, in states of which no more
+    /// constants may be on later. NoMemory.
+    Status Reserve(const Model& model, std::array<Wanted, kNumStates> wanted, int max_J,
                    const Memory& memory);
 
-    /// Solves the states in use, but none that is bit for bit that of its last solution. NoMemory;
-    /// Cancelled.
+    /// Solves the wanted levels of the states in use, but of none that is bit for bit that of its
+    /// last solution. NoMemory; Cancelled.
     Status Solve(const Model& model, Workspace& work, Report& report);
 
     /// Finds levels by their symmetry: those of a class keep their order among themselves, so that
@@ -36,18 +43,24 @@ class StateLevels {
         return follows_ ? of_symmetry_[static_cast<std::size_t>(state)][level] : level;
     }
 
-    bool has(int state) const { return used_[static_cast<std::size_t>(state)]; }
+    bool has(int state) const { return !wanted_[static_cast<std::size_t>(state)].levels.empty(); }
+    /// Levels that were not wanted may be empty.
     const Levels& of(int state) const { return levels_[static_cast<std::size_t>(state)]; }
 
     /// The largest energy in size.
     double LargestEnergy() const;
 
   private:
-    void SortBySymmetry(StateIndex state);
+    Status ReserveState(const TurnedState& state, StateIndex index, const Memory& memory);
+    Status SolveState(const TurnedState& state, StateIndex index, Workspace& work, Report& report);
+    void SortBySymmetry(StateIndex state, int J);
 
-    std::array<bool, kNumStates> used_{};
+    std::array<Wanted, kNumStates> wanted_;
+    std::array<std::vector<bool>, kNumStates> wanted_J_;
     bool is_complex_ = false;
     int max_J_ = 0;
+    std::array<bool, kNumStates> is_chosen_{};  // the wanted levels are solved by themselves
+    std::array<ChosenLevels, kNumStates> chosen_;
     std::array<Levels, kNumStates> levels_;
     std::array<TurnedState, kNumStates> turned_;  // as they were solved
     std::array<bool, kNumStates> is_solved_{};

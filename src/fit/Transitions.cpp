@@ -78,12 +78,24 @@ FeatureSet::FeatureSet(const Model& model, const Settings& settings,
         if (!fault_[i].empty()) continue;
         if (transitions.size() > 1 && !given && has_moment) by_intensity_.push_back(i);
         for (const Component& c : Components(i)) {
+            max_J_ = std::max({max_J_, c.upper.J, c.lower.J});
+        }
+    }
+}
+
+std::array<StateLevels::Wanted, kNumStates> FeatureSet::WantedLevels() const {
+    std::array<StateLevels::Wanted, kNumStates> wanted;
+    for (std::size_t i = 0; i < size(); ++i) {
+        if (!fault_[i].empty()) continue;
+        for (const Component& c : Components(i)) {
             for (const LevelPlace& level : {c.upper, c.lower}) {
-                max_J_ = std::max(max_J_, level.J);
-                states_[static_cast<std::size_t>(level.state)] = true;
+                wanted[static_cast<std::size_t>(level.state)].levels.push_back(
+                    Levels::Index(level.J, level.rank));
             }
         }
     }
+    for (StateLevels::Wanted& state : wanted) state.vectors = !by_intensity_.empty();
+    return wanted;
 }
 
 // Equal weights when their sum is not positive.

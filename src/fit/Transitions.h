@@ -57,9 +57,11 @@ class FeatureSet {
     /// Why the rules leave the feature no line, whatever the constants are; empty when they do not.
     const std::string& Fault(std::size_t i) const { return fault_[i]; }
 
-    /// Highest J and states of the features that have a line; -1 when none has.
+    /// Highest J of the features that have a line; -1 when none has.
     int max_J() const { return max_J_; }
-    const std::array<bool, kNumStates>& states() const { return states_; }
+
+    /// The levels of these features, with eigenvectors where blends are weighed by intensities.
+    std::array<StateLevels::Wanted, kNumStates> WantedLevels() const;
 
     /// Weighs the blends that take calculated intensities, for the levels as they are; one without
     /// any intensity gets equal weights. NoMemory.
@@ -75,7 +77,6 @@ class FeatureSet {
     std::vector<std::string> fault_;
     std::vector<std::size_t> by_intensity_;  // features
     int max_J_ = -1;
-    std::array<bool, kNumStates> states_{};
 };
 
 }  // namespace kiv

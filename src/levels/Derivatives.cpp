@@ -181,11 +181,17 @@ void FillRecord(const Levels& levels, const Hamiltonian& H, int J, const Expecta
     TurnBack(H, e, record);
 }
 
+int WidestOp(const BlockScratch& s) {
+    int width = 0;
+    for (int i = 0; i < s.num_ops; ++i) width = std::max(width, s.op[i].width);
+    return width;
+}
+
 // Sums of all levels of J, block by block; returns the number of sums a level.
 int SumBlocks(BlockScratch& s, const double* real, const double* imag) {
     BandSum sums[kMaxOps * kNumOffsets];
-    int num = 0, width = 0;
-    for (int i = 0; i < s.num_ops; ++i) width = std::max(width, s.op[i].width);
+    const int width = WidestOp(s);
+    int num = 0;
     for (int b = 0; b < s.blocks.num; ++b) {
         const int N = s.blocks.block[b].N;
         const std::int64_t vec = s.blocks.vec[b];
@@ -204,9 +210,8 @@ int SumBlocks(BlockScratch& s, const double* real, const double* imag) {
 
 }  // namespace
 
-void FillDerivatives(const Hamiltonian& H, int J, BlockScratch& s, Levels& levels) {
-    const double* const real = VecStart(levels.vectors_real, J);
-    const double* const imag = H.is_complex ? VecStart(levels.vectors_imag, J) : nullptr;
+void FillDerivatives(const Hamiltonian& H, int J, const double* real, const double* imag,
+                     BlockScratch& s, Levels& levels) {
     const int num = SumBlocks(s, real, imag);
     const auto record = static_cast<std::size_t>(levels.num_derivatives);
     Expectation e;
@@ -214,6 +219,24 @@ void FillDerivatives(const Hamiltonian& H, int J, BlockScratch& s, Levels& level
         Expect(s, s.sums.data() + std::ptrdiff_t{s.rank_place[r]} * num, e);
         FillRecord(levels, H, J, e, &levels.derivative[Levels::Index(J, r) * record]);
     }
+}
+
+void FillDerivative(const Hamiltonian& H, int J, int block, const double* vector, std::size_t level,
+                    BlockScratch& s, Levels& levels) {
+    BandSum sums[kMaxOps * kNumOffsets];
+    const int num = ListSums(s, s.first[block], sums);
+    SumBlock({vector,
+              nullptr,
+              VecLd(s.blocks.block[block].N),
+              1,
+              WidestOp(s),
+              {sums, static_cast<std::size_t>(num)},
+              s.products.data(),
+              s.sums.data()});
+    Expectation e;
+    Expect(s, s.sums.data(), e);
+    FillRecord(levels, H, J, e,
+               &levels.derivative[level * static_cast<std::size_t>(levels.num_derivatives)]);
 }
 
 }  // namespace kiv

@@ -11,8 +11,14 @@
 
 namespace kiv {
 
-/// Fills the records of the 2J+1 levels of `J` from their eigenvectors and the operators in
-/// `scratch`.
-void FillDerivatives(const Hamiltonian& H, int J, BlockScratch& scratch, Levels& levels);
+/// Fills the records of the 2J+1 levels of `J` from their eigenvectors, block by block as in
+/// Levels, and the operators in `scratch`. `imag` is null for real vectors.
+void FillDerivatives(const Hamiltonian& H, int J, const double* real, const double* imag,
+                     BlockScratch& scratch, Levels& levels);
+
+/// Fills the record of one level of `J`, index `level`, from its real eigenvector in a block, which
+/// is filled up with zeros to VecLd(N) + kVecStep numbers.
+void FillDerivative(const Hamiltonian& H, int J, int block, const double* vector, std::size_t level,
+                    BlockScratch& scratch, Levels& levels);
 
 }  // namespace kiv

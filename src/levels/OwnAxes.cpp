@@ -282,7 +282,8 @@ void OwnAxes::TurnLevels(int J, BlockScratch& s, Levels& levels) {
     levels.own_rotation = own_rotation_;
     PutVectors(J, s, levels);
     BuildBlocks(H_, kept_, J, s);
-    FillDerivatives(H_, J, s, levels);
+    FillDerivatives(H_, J, vectors, H_.is_complex ? VecStart(levels.vectors_imag, J) : nullptr, s,
+                    levels);
     const auto& made = H_.state->from_turn.values;
     const bool makes_none = std::find(made.begin(), made.end(), true) == made.end();
     if (H_.exchanges_axes && makes_none) return;

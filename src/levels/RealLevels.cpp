@@ -87,14 +87,13 @@ int PrepareBlocks(BlockScratch& s, double* vectors, QlMatrix* a) {
 
 }  // namespace
 
-void SolveReal(const Hamiltonian& H, int first, int last, LevelScratch& scratch, Levels& levels) {
+void SolveReal(const Hamiltonian& H, std::span<const VectorsOfJ> wanted, LevelScratch& scratch) {
     QlMatrix matrices[kTogether * kMaxBlocks];
     std::size_t num = 0;
-    for (int J = first; J <= last; ++J) {
-        BlockScratch& s = scratch.of_J[J - first];
-        BuildBlocks(H, J, s);
-        double* const vectors = VecStart(levels.vectors_real, J);
-        num += static_cast<std::size_t>(PrepareBlocks(s, vectors, matrices + num));
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        BlockScratch& s = scratch.of_J[i];
+        BuildBlocks(H, wanted[i].J, s);
+        num += static_cast<std::size_t>(PrepareBlocks(s, wanted[i].vectors, matrices + num));
     }
     tql2({matrices, num});  // what does not converge stays as it is
     for (std::size_t i = 0; i < num; ++i) FixSigns(matrices[i]);

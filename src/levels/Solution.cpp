@@ -24,24 +24,31 @@ std::int64_t CountLevels(std::int64_t max_J) {
     return fits ? levels : -1;
 }
 
-void ListDerivatives(const TurnedState& state, Levels& levels) {
-    std::size_t num = 0;
-    for (int c = 0; c < kNumConstants; ++c) {
-        if (state.on[c]) levels.derivative_of[num++] = static_cast<Constant>(c);
+// Energies and labels; `levels` is set to their number.
+Status TakeLevels(const Memory& memory, int max_J, Levels& to, std::int64_t& levels) {
+    levels = CountLevels(max_J);
+    if (levels < 0 || !to.energy.Take(memory, levels)) return NoMemory(array_name::kEnergies);
+    if (!to.ka.Take(memory, levels) || !to.kc.Take(memory, levels) ||
+        !to.odd.Take(memory, levels)) {
+        return NoMemory(array_name::kLabels);
     }
+    return {};
 }
-
-struct SolutionScratch {
-    LevelScratch blocks;
-    OwnAxes own_axes;
-};
 
 // From the solved blocks of J to its levels.
 void FinishJ(const Hamiltonian& H, int J, BlockScratch& scratch, Levels& levels) {
     ClearRest(scratch.blocks, J, levels.vectors_real);
     if (H.is_complex) ClearRest(scratch.blocks, J, levels.vectors_imag);
     RankLevels(H, J, scratch, levels);
-    FillDerivatives(H, J, scratch, levels);
+    FillDerivatives(H, J, VecStart(levels.vectors_real, J),
+                    H.is_complex ? VecStart(levels.vectors_imag, J) : nullptr, scratch, levels);
+}
+
+bool WantsAny(const LevelTask& task, int first, int last) {
+    for (int J = first; J <= last; ++J) {
+        if (!task.wanted || (*task.wanted)[static_cast<std::size_t>(J)]) return true;
+    }
+    return false;
 }
 
 // The Hamiltonian H is that of the task, or that of its state in the axes of `own_axes`.
@@ -52,10 +59,15 @@ Status SolveAll(const LevelTask& task, const Hamiltonian& H, LevelScratch& scrat
     const int together = H.is_complex ? 1 : kTogether;
     for (int first = 0; first <= task.max_J; first += together) {
         const int last = std::min(first + together - 1, task.max_J);
+        if (!own_axes && !WantsAny(task, first, last)) continue;
         if (H.is_complex) {
             SolveComplex(H, first, scratch.of_J[0], levels);
         } else {
-            SolveReal(H, first, last, scratch, levels);
+            VectorsOfJ wanted[kTogether];
+            for (int J = first; J <= last; ++J) {
+                wanted[J - first] = {J, VecStart(levels.vectors_real, J)};
+            }
+            SolveReal(H, {wanted, static_cast<std::size_t>(last - first + 1)}, scratch);
         }
         for (int J = first; J <= last; ++J) {
             BlockScratch& of_J = scratch.of_J[J - first];
@@ -72,6 +84,13 @@ Status SolveAll(const LevelTask& task, const Hamiltonian& H, LevelScratch& scrat
 
 }  // namespace
 
+void ListDerivatives(const TurnedState& state, Levels& levels) {
+    std::size_t num = 0;
+    for (int c = 0; c < kNumConstants; ++c) {
+        if (state.on[c]) levels.derivative_of[num++] = static_cast<Constant>(c);
+    }
+}
+
 Status CheckFinite(const State& state) {
     for (int c = 0; c < kNumConstants; ++c) {
         if (std::isfinite(state.terms[c].value)) continue;
@@ -86,13 +105,21 @@ Status CheckFinite(const State& state) {
     return {};
 }
 
+Status Levels::ReserveFigures(const Memory& memory, int highest_J, int derivatives) {
+    max_J = -1;
+    std::int64_t levels = 0;
+    KIV_TRY(TakeLevels(memory, highest_J, *this, levels));
+    if (!derivative.Take(memory, derivatives * levels)) return NoMemory(array_name::kDerivatives);
+    max_J = highest_J;
+    is_complex = false;
+    num_derivatives = derivatives;
+    return {};
+}
+
 Status Levels::Reserve(const Memory& memory, int highest_J, bool complex, int derivatives) {
     max_J = -1;
-    const std::int64_t levels = CountLevels(highest_J);
-    if (levels < 0 || !energy.Take(memory, levels)) return NoMemory(array_name::kEnergies);
-    if (!ka.Take(memory, levels) || !kc.Take(memory, levels) || !odd.Take(memory, levels)) {
-        return NoMemory(array_name::kLabels);
-    }
+    std::int64_t levels = 0;
+    KIV_TRY(TakeLevels(memory, highest_J, *this, levels));
     const std::int64_t components = VecLength(highest_J);
     if (!vectors_real.Take(memory, components)) return NoMemory(array_name::kVectors);
     vectors_imag.Clear();
@@ -104,6 +131,13 @@ Status Levels::Reserve(const Memory& memory, int highest_J, bool complex, int de
     is_complex = complex;
     num_derivatives = derivatives;
     return {};
+}
+
+int Levels::JOf(std::size_t index) {
+    auto J = static_cast<int>(std::sqrt(static_cast<double>(index)));
+    while (Index(J, 0) > index) --J;
+    while (Index(J + 1, 0) <= index) ++J;
+    return J;
 }
 
 std::vector<std::complex<double>> Levels::Vector(int J, int rank) const {
