@@ -258,7 +258,8 @@ Status FeatureFitter::Fit() {
     if (!converged_ && blocked_slot_ != 0) return Blocked();
     if (rejection_->phase() == FitPhase::Exact) return {};
     rejection_->GoToLast();
-    return Linearise();
+    KIV_TRY(Linearise());
+    return CheckEnough();
 }
 
 Status FeatureFitter::Judge() {

@@ -14,6 +14,19 @@ namespace {
 // Rounding of an energy, as a fraction of the largest.
 constexpr double kRounding = 16 * std::numeric_limits<double>::epsilon();
 
+constexpr double kLeastUncertainty = 1e-140;  // whose inverse has a square
+
+// Weights of a blend that can be normalised.
+bool HasRightWeights(const LineFeature& feature) {
+    double sum = 0.0;
+    for (const LineTransition& transition : feature.transitions) {
+        const double weight = transition.weight.value_or(0.0);
+        if (!(weight >= 0.0)) return false;
+        sum += weight;
+    }
+    return std::isfinite(sum);
+}
+
 }  // namespace
 
 FeatureProblem::FeatureProblem(const Model& model, const Settings& settings,
@@ -26,11 +39,13 @@ FeatureProblem::FeatureProblem(const Model& model, const Settings& settings,
 Status FeatureProblem::CheckFeatures() const {
     for (std::size_t i = 0; i < features_.size(); ++i) {
         const LineFeature& feature = features_.feature(i);
-        const bool is_right = std::isfinite(feature.frequency) && feature.uncertainty >= 0.0 &&
-                              std::isfinite(feature.uncertainty);
-        if (is_right) continue;
+        const double u = feature.uncertainty;
+        const bool is_right = std::isfinite(feature.frequency) && std::isfinite(u) &&
+                              (u == 0.0 || u >= kLeastUncertainty);
+        if (is_right && HasRightWeights(feature)) continue;
         return Error{ErrorCode::OutOfRange,
-                     "frequency or uncertainty of measured line " + std::to_string(i + 1) +
+                     (is_right ? "a weight" : "frequency or uncertainty") +
+                         std::string(" of measured line ") + std::to_string(i + 1) +
                          " is not a number that can be used",
                      "lines"};
     }

@@ -10,6 +10,7 @@ namespace {
 
 constexpr double kNear = 10.0;              // uncertainties
 constexpr double kWide = 4.0;               // robust deviations
+constexpr double kGross = 100.0;            // times the median
 constexpr double kWorst = 0.5;              // of the largest misfit
 constexpr double kMedianOfNormal = 0.6745;  // of the size of a normal variable, in deviations
 
@@ -37,22 +38,24 @@ void Rejection::Advance() {
 bool Rejection::IsNear() const {
     if (options_.reject_above && misfits_.typical > *options_.reject_above) return false;
     if (uniform_) return options_.reject_above.has_value();
-    return ratios_.typical <= std::min(kNear, options_.reject.value_or(kNear));
+    if (!options_.reject) return ratios_.typical <= kNear;
+    return ratios_.typical <= std::max(1.0, *options_.reject * kMedianOfNormal / kWide);
 }
 
 // The misfit above which, or at which, a measurement is rejected.
 double Rejection::Limit(double uncertainty) const {
     double limit = std::numeric_limits<double>::infinity();
-    if (phase_ == FitPhase::Coarse) return limit;
-    const bool is_wide = phase_ == FitPhase::Wide;
-    if (options_.reject_above) {
-        limit = std::max(*options_.reject_above, is_wide ? Wide(misfits_) : 0.0);
-    }
+    if (options_.reject_above) limit = std::max(*options_.reject_above, LeastLimit(misfits_));
     if (options_.reject && !uniform_) {
-        limit = std::min(limit,
-                         std::max(*options_.reject, is_wide ? Wide(ratios_) : 0.0) * uncertainty);
+        limit = std::min(limit, std::max(*options_.reject, LeastLimit(ratios_)) * uncertainty);
     }
     return limit;
+}
+
+// What the limits of a phase are at least.
+double Rejection::LeastLimit(const Sizes& sizes) const {
+    if (phase_ == FitPhase::Exact) return 0.0;
+    return phase_ == FitPhase::Wide ? Wide(sizes) : kGross * sizes.typical;
 }
 
 // Several robust deviations; where few measurements have drawn the calculation to an outlier, half

@@ -10,12 +10,11 @@
 
 namespace kiv {
 
-/// How a fit goes on from poor starting values. One whose weights differ begins with Exact when
-/// half of the measurements are near the calculation: within the limits of rejection and 10
-/// uncertainties; one of uniform weights when there is an absolute limit within which half of them
-/// are.
+/// How a fit goes on from poor starting values. One whose weights differ begins with Exact when the
+/// median misfit is near: that of a normal scatter of which the limit is four deviations, or 10
+/// uncertainties without a limit; one of uniform weights when there is an absolute limit above it.
 enum class FitPhase : std::uint8_t {
-    Coarse,  // nothing is rejected but by the rms, and levels are followed by symmetry
+    Coarse,  // limits are at least 100 times the median misfit, and levels are followed by symmetry
     Wide,  // limits are at least four robust deviations, median |misfit| / uncertainty over 0.6745,
            // or half of the largest misfit of what is used, if that is less
     Exact
@@ -58,6 +57,7 @@ class Rejection {
 
     void SetSizes(std::span<const double> misfit, std::span<const double> uncertainty,
                   std::span<const FeatureFate> fate);
+    double LeastLimit(const Sizes& sizes) const;
     static double Wide(const Sizes& sizes);
     bool IsNear() const;
     double Limit(double uncertainty) const;

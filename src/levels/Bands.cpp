@@ -83,6 +83,11 @@ void ClearOp(BlockScratch& s, int place, int n, HamOp& op) {
     }
 }
 
+// Widens an operator to the offset `width`.
+void Widen(int width, int n, HamOp& op) {
+    for (; op.width < width; ++op.width) std::fill_n(op.band[op.width + 1], n, 0.0);
+}
+
 // Adds the term whose factors were just filled.
 void AddTerm(BlockScratch& s, int J, int dk, HamOp& op) {
     for (int b = 0; b < s.blocks.num; ++b) {
@@ -133,13 +138,11 @@ void AddTermOps(const Hamiltonian& H, std::uint8_t kept, BlockScratch& s, int J)
             op->constant = term.constant;
             op->imaginary = term.imaginary;
             op->zero_by_symmetry = (kept & ~term.keeps) != 0;
-            op->width = kNumOffsets - 1;
             ClearOp(s, s.num_ops, 2 * J + 1, *op);
-            op->width = 0;
             ++s.num_ops;
         }
         if (op->zero_by_symmetry) continue;
-        op->width = std::max(op->width, WidthOf(s, term.dk));
+        Widen(WidthOf(s, term.dk), 2 * J + 1, *op);
         FillFactors(s, J, term);
         AddTerm(s, J, term.dk, *op);
     }
