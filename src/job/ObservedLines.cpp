@@ -11,17 +11,22 @@ namespace {
 
 using Transition = std::pair<LineLevel, LineLevel>;
 
-// The observed value of a transition that was measured several times: the weighted mean.
+// The observed value of a transition: as it was measured, of several times the weighted mean.
 struct Observed {
+    int times = 0;
+    double only = 0.0, only_uncertainty = 0.0;
     double weight = 0.0, weighted = 0.0;  // sums of 1/u^2, of x/u^2
 
     void Add(const LineFeature& feature) {
         const double u = feature.uncertainty > 0.0 ? feature.uncertainty : kNoWeight;
+        ++times;
+        only = feature.frequency;
+        only_uncertainty = u;
         weight += 1.0 / (u * u);
         weighted += feature.frequency / (u * u);
     }
-    double value() const { return weighted / weight; }
-    double uncertainty() const { return 1.0 / std::sqrt(weight); }
+    double value() const { return times == 1 ? only : weighted / weight; }
+    double uncertainty() const { return times == 1 ? only_uncertainty : 1.0 / std::sqrt(weight); }
 };
 
 }  // namespace

@@ -71,12 +71,16 @@ bool CheckMemory(PhysicsReport& report) {
 int ClassicalJ(const State& state, double kT) {
     const double A = state.value(Constant::A), B = state.value(Constant::B),
                  C = state.value(Constant::C);
-    int low = -1, high = 1;
-    while (ClassicalShare(A, B, C, kT, high) < kComplete && high < kMostLevels / 4) high *= 2;
-    while (high - low > 1) {
-        const int middle = (low + high) / 2;
-        (ClassicalShare(A, B, C, kT, middle) < kComplete ? low : high) = middle;
-    }
+    const auto holds = [&](int J) { return ClassicalShare(A, B, C, kT, J) >= kComplete; };
+    // Of a sphere it is the R with R^2 B/kT = 8.13; where this is far off, the steps grow.
+    const double guess = std::sqrt(8.13 * kT / std::sqrt(B * C)) - 1.0;
+    int high = static_cast<int>(std::clamp(guess, 0.0, double(kMostLevels / 4)));
+    int step = 1;
+    for (; !holds(high) && high < kMostLevels / 4; step *= 2) high += step;
+    int low = high - step;
+    for (; low >= 0 && holds(low); step *= 2) high = low, low -= step;
+    low = std::max(low, -1);
+    while (high - low > 1) (holds((low + high) / 2) ? high : low) = (low + high) / 2;
     return high;
 }
 

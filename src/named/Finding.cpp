@@ -57,6 +57,14 @@ constexpr CodeRow kCodes[] = {
     {FindingCode::APriori,             "a-priori",             Severity::Warning},
     {FindingCode::NotConverged,        "not-converged",        Severity::Warning},
     {FindingCode::IncompleteQ,         "incomplete-Q",         Severity::Warning},
+    {FindingCode::NoCounterpart,       "no-counterpart",       Severity::Error},
+    {FindingCode::ShiftedColumns,      "shifted-columns",      Severity::Error},
+    {FindingCode::LinkedConstant,      "linked-constant",      Severity::Error},
+    {FindingCode::DoubledConstant,     "doubled-constant",     Severity::Warning},
+    {FindingCode::CountMismatch,       "count-mismatch",       Severity::Warning},
+    {FindingCode::CutBasis,            "cut-basis",            Severity::Warning},
+    {FindingCode::RejectLevel,         "reject-level",         Severity::Warning},
+    {FindingCode::LeftOut,             "left-out",             Severity::Warning},
 };
 // clang-format on
 static_assert(std::size(kCodes) == kNumFindingCodes);

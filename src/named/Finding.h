@@ -66,10 +66,19 @@ enum class FindingCode : std::uint8_t {
     BlendUncertainty,
     APriori,
     NotConverged,
-    IncompleteQ
+    IncompleteQ,
+    // Files of the SPFIT/SPCAT suite
+    NoCounterpart,
+    ShiftedColumns,
+    LinkedConstant,
+    DoubledConstant,
+    CountMismatch,
+    CutBasis,
+    RejectLevel,
+    LeftOut
 };
 
-inline constexpr int kNumFindingCodes = static_cast<int>(FindingCode::IncompleteQ) + 1;
+inline constexpr int kNumFindingCodes = static_cast<int>(FindingCode::LeftOut) + 1;
 
 /// The word in brackets, "decimal-comma".
 const char* NameOf(FindingCode code);

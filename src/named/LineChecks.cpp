@@ -117,13 +117,16 @@ void LineCollector::Take(const LineRow& row) {
     weight_place_ = row.place(LineColumn::Weight);
 }
 
-// All rows of a feature have a weight or none has; rows of fixed columns may leave out a 1.
+// All rows of a feature have a weight or none has; in rows of fixed columns one that is left out
+// is 1, so that blends without weights count equally there.
 void LineCollector::CloseFeature() {
     if (features_.empty()) return;
     auto& transitions = features_.back().transitions;
     const auto has_weight = [](const LineTransition& t) { return t.weight.has_value(); };
     const auto weighted = std::count_if(transitions.begin(), transitions.end(), has_weight);
-    if (weighted == 0) return;
+    const bool has_default =
+        blends_ == BlendRule::FrequencyAndUncertainty && transitions.size() > 1;
+    if (weighted == 0 && !has_default) return;
     double sum = 0.0;
     for (LineTransition& transition : transitions) {
         if (!transition.weight && blends_ == BlendRule::FrequencyAndUncertainty) {

@@ -236,6 +236,16 @@ Features AnyLines(unsigned seed, bool single) {
     return features;
 }
 
+// Blends without weights as rows of fixed columns have them.
+Features CountedEqually(Features features) {
+    for (LineFeature& feature : features) {
+        for (LineTransition& line : feature.transitions) {
+            if (feature.transitions.size() > 1 && !line.weight) line.weight = 1.0;
+        }
+    }
+    return features;
+}
+
 // Features in an order of their own, without line numbers; every bit of the numbers.
 std::vector<std::string> Sorted(const Features& features) {
     std::vector<std::string> texts;
@@ -258,7 +268,9 @@ TEST(LineFileTest, WhatIsWrittenReadsBackToTheLastBit) {
             Findings findings;
             const auto read = ReadLineFile(text.value(), format, context, "a", findings);
             EXPECT_FALSE(findings.has_errors()) << ShortText(findings) << text.value();
-            EXPECT_EQ(Sorted(read), Sorted(lines)) << text.value();
+            const bool has_default = format == LineFormat::Lin;
+            EXPECT_EQ(Sorted(read), Sorted(has_default ? CountedEqually(lines) : lines))
+                << text.value();
         }
     }
 }

@@ -1,0 +1,1 @@
+kiv_tests(products SOURCES LineTexts_test.cpp LINKS kiv_products)
