@@ -7,7 +7,7 @@ include(GNUInstallDirs)
 # The layers of the library in one archive, from the objects that the program is made of. Objects of
 # an optimisation at link time can only be read by the compiler that made them, so that the sources
 # are then compiled once more without it.
-set(layers base linalg model levels lines fit io)
+set(layers base linalg model levels lines fit catalog spectrum io)
 add_library(kiv_archive STATIC)
 add_library(kiv::kiv ALIAS kiv_archive)
 foreach(layer IN LISTS layers)

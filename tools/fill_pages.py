@@ -15,7 +15,7 @@ import sys
 import tempfile
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-PAGES = ["README.md", "docs/tutorial.md", "docs/input.md", "docs/commands.md",
+PAGES = ["README.md", "docs/tutorial.md", "docs/input.md", "docs/commands.md", "docs/exchange.md",
          "examples/so2/README.md", "examples/h2coh_plus/README.md"]
 RUN = "mkdir -p results/so2\nexec kiv run examples/so2/fit.toml --out results/so2/fit\n"
 

@@ -49,6 +49,27 @@ void AddOptionsOf(CommandName command, CLI::App& app, Request& request) {
         app.add_option("--add", request.add)->type_name("NAME")->allow_extra_args(false);
         app.add_flag("--trials", request.trials);
     }
+    if (command == CommandName::Export) {
+        app.add_option("--tag", request.tag)->type_name("NUMBER");
+        app.add_option("--Q", request.q_value)->type_name("VALUE");
+        app.add_option("--min-lgint", request.min_lgint)->type_name("X");
+        app.add_option("--range", request.range)->type_name("FROM,TO");
+        app.add_option("--temperature", request.temperatures)->type_name("LIST");
+        app.add_option("--v", request.states)->type_name("0-0|1-1|1-0");
+        app.add_option("--shape", request.shape)->type_name("gauss|lorentz|voigt");
+        app.add_option("--fwhm", request.fwhm)->type_name("X[,Y]");
+        app.add_option("--from", request.from)->type_name("F");
+        app.add_option("--to", request.to)->type_name("F");
+        app.add_option("--step", request.step)->type_name("S");
+        app.add_option("--compare", request.measured)->type_name("FILE");
+        app.add_flag("--shift", request.shift);
+    }
+    if (command == CommandName::View) {
+        app.add_option("--spectrum", request.spectra)->type_name("TEXT...");
+        app.add_option("--min-intensity", request.min_intensity)->type_name("X");
+        app.add_option("--max-lines", request.max_lines)->type_name("N");
+        app.add_flag("--watch", request.watch);
+    }
     if (command == CommandName::Convert || command == CommandName::New ||
         command == CommandName::Import) {
         app.add_flag("--force", request.force);
@@ -144,6 +165,11 @@ Status Reader::CheckArguments(const Arguments& arguments, const CLI::App& sub) {
             return WrongUse(UnknownOption(word, known, "kiv help " + name));
         }
         if (word != "--") request_.arguments.push_back(word);
+    }
+    // `kiv view --spectrum A B FILE`: the option takes all that stands behind it
+    if (request_.arguments.empty() && request_.spectra.size() > 1) {
+        request_.arguments.push_back(request_.spectra.back());
+        request_.spectra.pop_back();
     }
     const std::size_t num = request_.arguments.size();
     const std::string form = "kiv " + name + " " + InfoOf(arguments.command).arguments;

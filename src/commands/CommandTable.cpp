@@ -66,6 +66,26 @@ constexpr char kReportHelp[] =
     "Status 4 when the fit does not converge or has no result; the report then shows what there "
     "is.\n";
 
+constexpr char kImportHelp[] =
+    "Makes a named input of files of the SPFIT/SPCAT suite: a .par or .var (constants), with a "
+    ".int\n"
+    "(dipole, temperature, range of J) and a .lin (measured lines, to OUT.csv) when there are any, "
+    "in\n"
+    "any order. Asymmetric tops of one state or of two without coupling, to octic constants of "
+    "either\n"
+    "reduction. What would change a result and has no words in a named input is refused, what else "
+    "is\n"
+    "left out is told, with file, line and column; OUT.toml begins with what was noted.\n"
+    "\n"
+    "  kiv import molecule.par molecule.lin molecule.int -o molecule.toml\n"
+    "\n"
+    "  -o OUT.toml    the file to make\n"
+    "  --force        replaces files that are there\n"
+    "  --json         the findings as a list on standard output\n"
+    "\n"
+    "Back: kiv export par, kiv export lin. docs/exchange.md has names, signs, units, "
+    "conventions.\n";
+
 constexpr char kConvertHelp[] =
     "Makes a named input of an old one of any version, or an old one (v5.6) of a named input. The "
     "line\n"
@@ -84,7 +104,58 @@ constexpr char kNewHelp[] =
     "  -o FILE     writes it to FILE\n"
     "  --force     replaces a file that is there\n";
 
-constexpr char kLater[] = "This version does not have it yet.\n";
+constexpr char kExportHelp[] =
+    "Makes one product of an input, straight from it: the lines are calculated, or the constants "
+    "are\n"
+    "fitted first when the input asks for a fit, which then also gives predicted uncertainties. "
+    "On\n"
+    "standard output or in the file of -o.\n"
+    "\n"
+    "  csv         lines with frequency, uncertainty, strength, intensity, lgint, energies, band "
+    "type\n"
+    "              and observed values, all digits\n"
+    "  cat         lines as catalogues have them: MHz, lgint in nm^2 MHz, lower energy in cm-1\n"
+    "  egy         levels in cm-1\n"
+    "  lin, par    measured lines and constants in files of the SPFIT/SPCAT suite\n"
+    "  q           partition function at 300, 225, 150, 75, 37.5, 18.75, 9.375 K\n"
+    "  spectrum    lines convolved with a line shape, alone or laid over a measured spectrum\n"
+    "\n"
+    "  --v 0-0|1-1|1-0     csv, cat: of two states the lines within one; 1-0, the band, is the "
+    "default\n"
+    "  --range FROM,TO     csv, cat: lowest and highest frequency, in place of that of the input\n"
+    "  --min-lgint X       csv, cat: leaves out lines of smaller lgint\n"
+    "  --Q VALUE           csv, cat: the partition function for lgint; else it is summed\n"
+    "  --tag NUMBER        cat: tag of the species, 0 without it\n"
+    "  --temperature LIST  q: more temperatures, as 10,100\n"
+    "\n"
+    "and of spectrum, frequencies and widths in the unit of the input:\n"
+    "\n"
+    "  --shape gauss|lorentz|voigt   gauss is the default\n"
+    "  --fwhm X                      full width at half maximum; voigt: X,Y of gauss and lorentz\n"
+    "  --from F, --to F, --step S    all lines and a tenth of the width are the default\n"
+    "  --compare FILE                a measured spectrum: two columns, MHz, GHz or cm-1\n"
+    "  --shift                       with it: the best shift up to one width, too\n"
+    "  --json                        with it: scale, offset, shift, correlation, residual_rms\n"
+    "\n"
+    "lgint is at the temperature of the input, at 300 K when that is 0. Status 4 when there are no "
+    "lines\n"
+    "or the fit does not converge.\n";
+
+constexpr char kViewHelp[] =
+    "Makes one page that opens in any browser, offline, by a double click: the sticks and their\n"
+    "convolution, measured spectra over, above or mirrored, a list of the lines, search, and\n"
+    "assignments that are saved as the line file that a fit reads.\n"
+    "\n"
+    "  kiv view so2.toml --spectrum so2.txt\n"
+    "\n"
+    "  -o PAGE.html          the page; default: FILE with the ending .html, beside FILE\n"
+    "  --spectrum TEXT...    measured spectra: two columns, MHz, GHz or cm-1\n"
+    "  --min-intensity X     in place of that of the input\n"
+    "  --max-lines N         the strongest N lines, 1000000 without it\n"
+    "  --watch               makes the page again whenever one of its files changes, until Ctrl+C\n"
+    "  --json                the summary of kiv run as JSON\n"
+    "\n"
+    "A page of this name is replaced. docs/view.md shows how to work with it.\n";
 
 constexpr CommandInfo kCommands[] = {
     {CommandName::Check, "check", "FILE...",
@@ -94,15 +165,15 @@ constexpr CommandInfo kCommands[] = {
     {CommandName::Report, "report", "FILE", "fit and print a report to read", MakeReport,
      kReportHelp},
     {CommandName::Export, "export", "FORMAT FILE",
-     "write lines or levels in another format (not in this version)", nullptr, kLater},
+     "one product of an input: lines, levels, partition functions", ExportProduct, kExportHelp},
     {CommandName::Import, "import", "FILE... -o OUT.toml",
-     "read files of other programs (not in this version)", nullptr, kLater},
+     "a named input of files of the SPFIT/SPCAT suite", Import, kImportHelp},
     {CommandName::Convert, "convert", "FILE -o OUT", "old inputs to named ones and back", Convert,
      kConvertHelp},
     {CommandName::New, "new", "[rotor|band]", "print a commented input to start from", New,
      kNewHelp},
-    {CommandName::View, "view", "FILE", "make a page with the spectrum (not in this version)",
-     nullptr, kLater},
+    {CommandName::View, "view", "FILE", "make a page with the spectrum, to look at and to assign",
+     ViewSpectrum, kViewHelp},
     {CommandName::Help, "help", "[COMMAND]", "this text, or that of a command", Help, ""},
     {CommandName::Version, "--version", "", "say which version this is", Version, ""},
 };

@@ -13,8 +13,11 @@ namespace kiv {
 int Check(const Request& request, Terminal& terminal);
 int Run(const Request& request, Terminal& terminal);
 int MakeReport(const Request& request, Terminal& terminal);
+int Import(const Request& request, Terminal& terminal);
 int Convert(const Request& request, Terminal& terminal);
 int New(const Request& request, Terminal& terminal);
+int ExportProduct(const Request& request, Terminal& terminal);
+int ViewSpectrum(const Request& request, Terminal& terminal);
 int Help(const Request& request, Terminal& terminal);
 int Version(const Request& request, Terminal& terminal);
 

@@ -20,7 +20,12 @@ struct ProductInfo {
     const char* ending;
 };
 
-constexpr ProductInfo kProducts[] = {{Product::Asc, "asc", ".asc"}, {Product::Qzs, "qzs", ".QZS"}};
+constexpr ProductInfo kProducts[] = {{Product::Asc, "asc", ".asc"},
+                                     {Product::Qzs, "qzs", ".QZS"},
+                                     {Product::Csv, "csv", ".csv"},
+                                     {Product::Cat, "cat", ".cat"},
+                                     {Product::Egy, "egy", ".egy"}};
+static_assert(std::size(kProducts) == static_cast<std::size_t>(Product::Count));
 
 std::string Words() {
     std::string words;

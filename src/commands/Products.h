@@ -11,9 +11,9 @@
 
 namespace kiv {
 
-enum class Product : std::uint8_t { Asc, Qzs };
+enum class Product : std::uint8_t { Asc, Qzs, Csv, Cat, Egy, Count };
 
-/// The products of a list like "asc,qzs", which is the default. BadChoice names a word that is
+/// The products of a list like "asc,qzs,cat", by default "asc,qzs". BadChoice names a word that is
 /// none.
 Result<std::vector<Product>> ProductsOf(const std::optional<std::string>& list);
 

@@ -46,6 +46,16 @@ struct Request {
     std::optional<std::string> correlations;  // report --correlations
     std::vector<std::string> omit, add;       // report --omit, --add
     bool trials = false;
+
+    // Options of export, as they were written
+    std::optional<std::string> tag, q_value, min_lgint, range, temperatures, states;
+    std::optional<std::string> shape, fwhm, from, to, step, measured;
+    bool shift = false;
+
+    // Options of view
+    std::vector<std::string> spectra;
+    std::optional<std::string> min_intensity, max_lines;
+    bool watch = false;
 };
 
 /// How a command line is read.

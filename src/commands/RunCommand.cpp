@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "commands/Commands.h"
+#include "commands/LineProducts.h"
 #include "commands/LoadJob.h"
 #include "commands/Products.h"
 #include "commands/RunOutcome.h"
@@ -25,6 +26,7 @@ class RunOfJob {
   private:
     Status Prepare();
     Status AddLines();
+    Status AddTables(Sink* csv, Sink* cat, Sink* egy);
     std::string LogText(const std::string& summary) const;
     std::string ResultText();
     void AddFitted();
@@ -70,14 +72,34 @@ Status RunOfJob::Prepare() {
     return {};
 }
 
+// Those of lines and levels in the order of calculation.
+Status RunOfJob::AddTables(Sink* csv, Sink* cat, Sink* egy) {
+    if (!csv && !cat && !egy) return {};
+    Report silent;
+    const LineProductOptions options;
+    LineProducts products(job_, calculation_, options, work_, silent);
+    KIV_TRY(products.PrepareFit());
+    if (egy) products.WriteEgy(*egy);
+    if (!csv && !cat) return {};
+    KIV_TRY(products.PrepareLines(cat != nullptr));
+    terminal_.Show(products.Doubts());
+    for (Sink* const sink : {csv, cat}) {
+        if (!sink) continue;
+        const auto written = sink == csv ? products.WriteCsv(*sink) : products.WriteCat(*sink);
+        if (!written) return written.error();
+    }
+    return {};
+}
+
 Status RunOfJob::AddLines() {
-    std::vector<Sink*> sinks;
-    Sink *text = nullptr, *binary = nullptr;
+    Sink* sinks[static_cast<std::size_t>(Product::Count)] = {};
     for (const Product product : products_) {
         Sink* const sink = outputs_.Open(NameOf(product, base_));
         if (!sink) return {};  // Keep says why
-        (product == Product::Asc ? text : binary) = sink;
+        sinks[static_cast<std::size_t>(product)] = sink;
     }
+    const auto& [text, binary, csv, cat, egy] = sinks;
+    KIV_TRY(AddTables(csv, cat, egy));
     const LineSource source{calculation_.room.lower(), calculation_.room.upper(),
                             &calculation_.assignments};
     LineList lines = std::move(calculation_.room.lines);

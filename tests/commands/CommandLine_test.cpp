@@ -37,7 +37,7 @@ TEST_F(CommandLine, TellsWhatIsWrongAndWhatWasMeant) {
         {"convert rotor.toml", "-o OUT"},
         {"convert rotor.toml -o rotor.txt", "rotor.txt"},
         {"help chek", "chek"},
-        {"view rotor.toml", "kiv view"},
+        {"view", "kiv view FILE"},
         {"-q", "a command is missing"},
         {"check rotor.toml -o rotor.toml", "rotor.toml"},
         {"check rotor.toml -o ./rotor.toml", "rotor.toml"},

@@ -12,7 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kPrograms[] = {"line_list", "fit", "scan"};
+constexpr const char* kPrograms[] = {"line_list", "fit", "scan", "tilt"};
 
 fs::path Source(const std::string& name) { return fs::path(KIV_SOURCE_DIR) / name; }
 
@@ -74,6 +74,7 @@ TEST_F(LibraryTest, CMakeFindsItAndProgramsPrintWhatTheDocumentSays) {
     EXPECT_EQ(Run("build", "fit", measured), Quoted("fit", "text"));
     EXPECT_EQ(Run("build", "scan", "1"), Quoted("scan", "text"));
     EXPECT_EQ(Run("build", "scan", "8"), Quoted("scan", "text"));
+    EXPECT_EQ(Run("build", "tilt"), Quoted("tilt", "text"));
     EXPECT_EQ(Run("prefix/bin", "kiv", "--version"), "kiv v" KIV_VERSION "\n");
 }
 
