@@ -63,6 +63,20 @@ void TiltAxes(Model& model) {
     for (State& state : model.states) state.tilt = {33.0, 21.0, -12.0};
 }
 
+std::vector<MeasuredLine> BenchLines(const LineList& lines) {
+    constexpr int kNumLines = 300;
+    constexpr double kLowestPosition = 1000.0;
+    std::vector<MeasuredLine> measured;
+    for (int i = 0; i < kNumLines; ++i) {
+        auto n = static_cast<std::int64_t>(i) * lines.size / kNumLines;
+        // A line near 0 could change its sign, and with it disappear, as the constants move.
+        while (n + 1 < lines.size && lines.position[n] < kLowestPosition) ++n;
+        const std::int16_t* q = &lines.label[6 * n];
+        measured.push_back({q[0], q[1], q[2], q[3], q[4], q[5], lines.position[n], 0.01});
+    }
+    return measured;
+}
+
 int BenchDeltaK(int max_J) {
     for (const auto& row : kDeltaK) {
         if (row.max_J >= max_J) return row.delta_K;

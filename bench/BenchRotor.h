@@ -4,7 +4,10 @@
 #include <benchmark/benchmark.h>
 
 #include <string>
+#include <vector>
 
+#include "kiv/assignments.h"
+#include "kiv/lines.h"
 #include "kiv/model.h"
 #include "kiv/report.h"
 #include "kiv/settings.h"
@@ -38,6 +41,12 @@ BenchRun BenchBand(int max_J);
 /// Tilts the axes of both states by three angles, so that no symmetry is left: complex matrices of
 /// the full size.
 void TiltAxes(Model& model);
+
+/// The whole state solved by LAPACK: one dsteqr with vectors of every symmetry block.
+void SolverDsteqr(benchmark::State& state, int max_J);
+
+/// 300 calculated lines, spread evenly over a list.
+std::vector<MeasuredLine> BenchLines(const LineList& lines);
 
 /// Window of Ka of the measured rotor. It lets 43,000 lines through at J 35, 163,000 at J 60,
 /// 560,000 at J 100, 1.5 million at J 150 and 3.2 million at J 200.

@@ -89,6 +89,8 @@ void SolverTql2(benchmark::State& state, int max_J) {
     state.counters["items"] = (max_J + 1) * (max_J + 1);
 }
 
+}  // namespace
+
 void SolverDsteqr(benchmark::State& state, int max_J) {
     Blocks blocks;
     for (const Blocks& of_J : RealBlocks(max_J)) {
@@ -108,6 +110,8 @@ void SolverDsteqr(benchmark::State& state, int max_J) {
     }
 }
 
+namespace {
+
 // Energies, vectors and labels.
 void SolveAll(Solver& s) {
     const int together = s.H.is_complex ? 1 : kTogether;
@@ -116,7 +120,11 @@ void SolveAll(Solver& s) {
         if (s.H.is_complex) {
             SolveComplex(s.H, first, s.scratch.of_J[0], s.levels);
         } else {
-            SolveReal(s.H, first, last, s.scratch, s.levels);
+            VectorsOfJ wanted[kTogether];
+            for (int J = first; J <= last; ++J) {
+                wanted[J - first] = {J, VecStart(s.levels.vectors_real, J)};
+            }
+            SolveReal(s.H, {wanted, static_cast<std::size_t>(last - first + 1)}, s.scratch);
         }
         for (int J = first; J <= last; ++J) {
             RankLevels(s.H, J, s.scratch.of_J[J - first], s.levels);

@@ -1,6 +1,5 @@
 // A fit of eight constants to 300 lines: one cycle beyond the first, and what a scan step costs.
 #include <chrono>
-#include <vector>
 
 #include "BenchRotor.h"
 #include "fit/LeastSquares.h"
@@ -10,20 +9,6 @@ namespace {
 
 constexpr int kNumLines = 300;
 constexpr int kMoreCycles = 5;
-constexpr double kLowestPosition = 1000.0;
-
-// Assigns 300 calculated lines, spread evenly.
-std::vector<MeasuredLine> Assign(const LineList& lines) {
-    std::vector<MeasuredLine> assigned;
-    for (int i = 0; i < kNumLines; ++i) {
-        auto n = static_cast<std::int64_t>(i) * lines.size / kNumLines;
-        // A line near 0 could change its sign, and with it disappear, as the constants move.
-        while (n + 1 < lines.size && lines.position[n] < kLowestPosition) ++n;
-        const std::int16_t* q = &lines.label[6 * n];
-        assigned.push_back({q[0], q[1], q[2], q[3], q[4], q[5], lines.position[n], 0.01});
-    }
-    return assigned;
-}
 
 // A fit whose constants are a little wrong at the start.
 class BenchFit {
@@ -34,7 +19,7 @@ class BenchFit {
         run_.settings.fit.reject_above = 1e6;
         BenchPass pass(run_);
         pass.Run();
-        auto assigned = Assignments::From(Assign(pass.room().lines), {}, work_.memory());
+        auto assigned = Assignments::From(BenchLines(pass.room().lines), {}, work_.memory());
         if (!assigned) return;
         assignments_ = std::move(assigned).value();
         for (Term& term : run_.model.lower().terms.values) term.fit = term.on;

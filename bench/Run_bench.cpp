@@ -1,11 +1,5 @@
 // One pass (levels, derivatives, lines, nothing written), library calls, and whole processes, files
 // included.
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <fstream>
 #include <map>
 #include <optional>
@@ -13,6 +7,7 @@
 #include <vector>
 
 #include "BenchRotor.h"
+#include "Process.h"
 #include "kiv/files.h"
 
 namespace kiv {
@@ -27,34 +22,9 @@ void Pass(benchmark::State& state, const BenchRun& run) {
     state.counters["items"] = pass.room().lines.size;
 }
 
-using Words = std::vector<const char*>;
-
 const Words kFile{kInputName}, kRun{"run", kInputName}, kCheck{"check", kInputName},
-    kVersion{"--version"};
-
-// A process of its own with these arguments, as a user starts it, saying nothing. Returns its peak
-// memory in MB, 0 when it did not run.
-double RunProcess(const Words& words) {
-    std::vector<char*> argv;
-    std::vector<std::string> texts{KIV_PROGRAM};
-    texts.insert(texts.end(), words.begin(), words.end());
-    for (std::string& text : texts) argv.push_back(text.data());
-    argv.push_back(nullptr);
-    char* no_environment[] = {nullptr};
-    posix_spawn_file_actions_t silent;
-    posix_spawn_file_actions_init(&silent);
-    for (int fd : {STDOUT_FILENO, STDERR_FILENO}) {
-        posix_spawn_file_actions_addopen(&silent, fd, "/dev/null", O_WRONLY, 0);
-    }
-    pid_t pid = 0;
-    int status = 0;
-    rusage usage{};
-    const bool ran =
-        posix_spawn(&pid, KIV_PROGRAM, &silent, nullptr, argv.data(), no_environment) == 0 &&
-        wait4(pid, &status, 0, &usage) == pid && status == 0;
-    posix_spawn_file_actions_destroy(&silent);
-    return ran ? static_cast<double>(usage.ru_maxrss) / 1024.0 : 0.0;
-}
+    kVersion{"--version"}, kCat{"export", "cat", kInputName, "-o", "bench_run.cat"},
+    kCsv{"export", "csv", kInputName, "-o", "bench_run.csv"};
 
 void WriteInput(const BenchRun& run) {
     InputFile file;
@@ -107,6 +77,8 @@ void TwoStateProcess(benchmark::State& state, int max_J) {
 
 void RunCommand(benchmark::State& state, int max_J) { Process(state, BenchRotor(max_J), kRun); }
 void CheckCommand(benchmark::State& state, int max_J) { Process(state, BenchRotor(max_J), kCheck); }
+void ExportCat(benchmark::State& state, int max_J) { Process(state, BenchRotor(max_J), kCat); }
+void ExportCsv(benchmark::State& state, int max_J) { Process(state, BenchRotor(max_J), kCsv); }
 void VersionOption(benchmark::State& state, int max_J) {
     Process(state, BenchRotor(max_J), kVersion);
 }
@@ -157,6 +129,12 @@ void AddRunRows() {
         AddRow("whole process of kiv run", "kiv FILE", max_J, WholeProcess);
         AddRow("whole process of kiv check", "kiv", max_J, CheckCommand);
         AddRow("whole process of kiv check", "--version", max_J, VersionOption);
+    }
+    for (int max_J : {60, 100, 200}) {
+        AddRow("whole process of kiv export cat", "kiv", max_J, ExportCat);
+        AddRow("whole process of kiv export cat", "kiv FILE", max_J, WholeProcess);
+        AddRow("whole process of kiv export csv", "kiv", max_J, ExportCsv);
+        AddRow("whole process of kiv export csv", "kiv FILE", max_J, WholeProcess);
     }
     AddRow("two states, one pass", "kiv", 35, TwoStatePass);
     AddRow("two states, whole process", "kiv", 35, TwoStateProcess);

@@ -19,6 +19,8 @@ void AddRunRows();
 void MeasurePeaks();
 void AddOutputRows();
 void AddFitRows();
+void AddReportRows();
+void AddSpectrumRows();
 
 namespace {
 
@@ -135,6 +137,8 @@ int main(int argc, char** argv) {
     kiv::AddRunRows();
     kiv::AddOutputRows();
     kiv::AddFitRows();
+    kiv::AddReportRows();
+    kiv::AddSpectrumRows();
     kiv::OneTable table(out);
     benchmark::RunSpecifiedBenchmarks(&table);
     std::filesystem::current_path("/");
