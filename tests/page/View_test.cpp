@@ -49,7 +49,7 @@ template <class T>
 std::vector<T> ArrayOf(const std::string& page, const std::string& id) {
     const std::string bytes = BytesOf(ElementOf(page, id));
     std::vector<T> values(bytes.size() / sizeof(T));
-    std::memcpy(values.data(), bytes.data(), values.size() * sizeof(T));
+    std::copy_n(bytes.data(), values.size() * sizeof(T), reinterpret_cast<char*>(values.data()));
     return values;
 }
 
