@@ -240,6 +240,9 @@ Result<std::string> WriteLin(const std::vector<LineFeature>& features, const Lin
             if (least < kLeastFixedQuantum || most > kMostFixedQuantum) {
                 return Refused(line, "has quantum numbers of more than three digits");
             }
+            if (feature->transitions.size() > 1 && !line.weight) {
+                return Refused(line, "has no weight in its blend, where it would count as 1");
+            }
             text += LinRow(*feature, line, context.two_states, context.unit);
         }
     }

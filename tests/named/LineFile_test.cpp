@@ -261,16 +261,18 @@ std::vector<std::string> Sorted(const Features& features) {
 TEST(LineFileTest, WhatIsWrittenReadsBackToTheLastBit) {
     for (const LineFormat format : {LineFormat::Csv, LineFormat::Asn, LineFormat::Lin}) {
         for (const EnergyUnit unit : {EnergyUnit::MHz, EnergyUnit::Wavenumber}) {
-            const Features lines = AnyLines(5, format == LineFormat::Asn);
+            Features lines = AnyLines(5, format == LineFormat::Asn);
             const LineContext context{true, unit, {}, {}};
+            if (format == LineFormat::Lin) {
+                EXPECT_FALSE(WriteLineFile(lines, format, context)) << "blends without weights";
+                lines = CountedEqually(lines);
+            }
             const auto text = WriteLineFile(lines, format, context);
             ASSERT_TRUE(text.ok()) << text.error().text;
             Findings findings;
             const auto read = ReadLineFile(text.value(), format, context, "a", findings);
             EXPECT_FALSE(findings.has_errors()) << ShortText(findings) << text.value();
-            const bool has_default = format == LineFormat::Lin;
-            EXPECT_EQ(Sorted(read), Sorted(has_default ? CountedEqually(lines) : lines))
-                << text.value();
+            EXPECT_EQ(Sorted(read), Sorted(lines)) << text.value();
         }
     }
 }
