@@ -1,25 +1,43 @@
-// What outlives a call but is no result: the account of its memory and its scratch.
+// What outlives a call but is no result: the account of its memory, its threads and its scratch.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "kiv/array.h"
+#include "kiv/threads.h"
 
 namespace kiv {
 
-/// Scratch of one thread's calculations, kept between them so that later ones find it sized. Any
-/// calculation may use any workspace; what it holds never changes a result.
+/// Scratch of a caller's calculations, kept between them so that later ones find it sized, and the
+/// threads that they are shared among. Any calculation may use any workspace, one at a time; what
+/// it holds never changes a result, nor does the number of threads.
 class Workspace {
   public:
     Workspace() = default;
-    explicit Workspace(Memory memory) : memory_(std::move(memory)) {}
+    /// `threads`: those that a calculation is shared among, the caller's included.
+    explicit Workspace(Memory memory, int threads = 1)
+        : memory_(std::move(memory)), threads_(threads) {}
     Workspace(Workspace&&) = default;  // a copy would share the scratch
     Workspace& operator=(Workspace&&) = default;
 
     const Memory& memory() const { return memory_; }
+    Threads& threads() { return threads_; }
+
+    /// One workspace for each thread, this one first, all on the same account.
+    Workspace& OfThread(int thread) {
+        return thread == 0 ? *this : *others_[static_cast<std::size_t>(thread) - 1];
+    }
+
+    /// Makes OfThread known for all threads. Call before they share a calculation.
+    void PrepareThreads() {
+        while (static_cast<int>(others_.size()) + 1 < threads_.num()) {
+            others_.push_back(std::make_unique<Workspace>(memory_));
+        }
+    }
 
     enum class Slot : std::size_t { Levels, Lines, Pass, Count };
 
@@ -33,7 +51,9 @@ class Workspace {
 
   private:
     Memory memory_;
+    Threads threads_;
     std::array<std::shared_ptr<void>, static_cast<std::size_t>(Slot::Count)> parts_;
+    std::vector<std::unique_ptr<Workspace>> others_;
 };
 
 }  // namespace kiv
