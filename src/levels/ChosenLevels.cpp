@@ -195,6 +195,7 @@ Status ChosenLevels::Solve(const LevelTask& task, Workspace& work, Report& repor
     auto& scratch = work.Part<SolutionScratch>(Workspace::Slot::Levels).blocks;
     KIV_TRY(scratch.Fit(work.memory(), max_J_, false));
     ListDerivatives(*task.H.state, levels);
+    SetSymmetry(task.H, levels);
     irregular_.clear();
     const Stage stage = task.index == kLower ? Stage::LowerLevels : Stage::UpperLevels;
     std::vector<ChosenJ*> whole;  // waiting to be solved side by side

@@ -28,12 +28,15 @@ int NextBlock(const BlockScratch& s, const int* next, std::uint8_t odd, double t
 
 }  // namespace
 
+void SetSymmetry(const Hamiltonian& H, Levels& levels) {
+    levels.kept = H.KeptRotations();
+    levels.own_rotation = {kC2a, kC2b, kC2c};
+}
+
 void RankLevels(const Hamiltonian& H, int J, BlockScratch& s, Levels& levels) {
     const int n = 2 * J + 1;
     const std::size_t level = Levels::Index(J, 0);
     const std::uint8_t kept = H.KeptRotations();
-    levels.kept = kept;
-    levels.own_rotation = {kC2a, kC2b, kC2c};
     double largest = 0.0;
     for (int q = 0; q < n; ++q) largest = std::max(largest, std::fabs(s.energies[q]));
     int next[kMaxBlocks] = {};

@@ -1,6 +1,7 @@
 #include "levels/Solution.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <limits>
 #include <new>
@@ -40,6 +41,7 @@ void FinishJ(const Hamiltonian& H, int J, BlockScratch& scratch, Levels& levels)
     ClearRest(scratch.blocks, J, levels.vectors_real);
     if (H.is_complex) ClearRest(scratch.blocks, J, levels.vectors_imag);
     RankLevels(H, J, scratch, levels);
+    if (levels.num_derivatives == 0) return;
     FillDerivatives(H, J, VecStart(levels.vectors_real, J),
                     H.is_complex ? VecStart(levels.vectors_imag, J) : nullptr, scratch, levels);
 }
@@ -51,35 +53,91 @@ bool WantsAny(const LevelTask& task, int first, int last) {
     return false;
 }
 
-// The Hamiltonian H is that of the task, or that of its state in the axes of `own_axes`.
-Status SolveAll(const LevelTask& task, const Hamiltonian& H, LevelScratch& scratch,
-                OwnAxes* own_axes, Report& report, Levels& levels) {
-    Trace* const trace = report.trace();
-    const Stage stage = task.index == kLower ? Stage::LowerLevels : Stage::UpperLevels;
-    const int together = H.is_complex ? 1 : kTogether;
-    for (int first = 0; first <= task.max_J; first += together) {
-        const int last = std::min(first + together - 1, task.max_J);
-        if (!own_axes && !WantsAny(task, first, last)) continue;
-        if (H.is_complex) {
-            SolveComplex(H, first, scratch.of_J[0], levels);
-        } else {
-            VectorsOfJ wanted[kTogether];
-            for (int J = first; J <= last; ++J) {
-                wanted[J - first] = {J, VecStart(levels.vectors_real, J)};
-            }
-            SolveReal(H, {wanted, static_cast<std::size_t>(last - first + 1)}, scratch);
+// The levels of one task, which may be shared among threads: every J has its own part of them.
+class Solver {
+  public:
+    Solver(const LevelTask& task, const Hamiltonian& H, OwnAxes* own_axes, Levels& levels)
+        : task_(task), H_(H), own_axes_(own_axes), levels_(levels) {}
+
+    Status Alone(LevelScratch& scratch, Report& report) {
+        for (int first = 0; first <= task_.max_J; first += together()) {
+            SolveFrom(first, scratch, report.trace());
+            KIV_TRY(Tell(report, stage(), LastFrom(first) + 1, task_.max_J + 1));
         }
-        for (int J = first; J <= last; ++J) {
-            BlockScratch& of_J = scratch.of_J[J - first];
-            FinishJ(H, J, of_J, levels);
-            if (own_axes) own_axes->TurnLevels(J, of_J, levels);
-            if (trace && trace->WantsLevels()) {
-                trace->LevelsOfJ(task.index, *task.H.state, levels, J);
-            }
-        }
-        KIV_TRY(Tell(report, stage, last + 1, task.max_J + 1));
+        return {};
     }
-    return {};
+
+    // The large J first, so that no thread is left with one while the others have nothing to do.
+    Status Shared(Workspace& work, Report& report) {
+        const int parts = task_.max_J / together() + 1;
+        std::atomic<int> done = 0;
+        Status told;  // by the caller's own thread
+        work.threads().Share(parts, [&](int part, int thread) {
+            const int first = (parts - 1 - part) * together();
+            auto& scratch = work.OfThread(thread).Part<SolutionScratch>(Workspace::Slot::Levels);
+            if (cancelled_.load(std::memory_order_relaxed)) return;
+            SolveFrom(first, scratch.blocks, nullptr);
+            done += LastFrom(first) - first + 1;
+            if (thread != 0) return;
+            told = Tell(report, stage(), done, task_.max_J + 1);
+            if (!told) cancelled_ = true;
+        });
+        return told;
+    }
+
+  private:
+    int together() const { return H_.is_complex ? 1 : kTogether; }
+    int LastFrom(int first) const { return std::min(first + together() - 1, task_.max_J); }
+    Stage stage() const { return task_.index == kLower ? Stage::LowerLevels : Stage::UpperLevels; }
+
+    void SolveFrom(int first, LevelScratch& scratch, Trace* trace);
+
+    const LevelTask& task_;
+    const Hamiltonian& H_;  // of the task, or of its state in the axes of own_axes
+    OwnAxes* const own_axes_;
+    Levels& levels_;
+    std::atomic<bool> cancelled_ = false;
+};
+
+void Solver::SolveFrom(int first, LevelScratch& scratch, Trace* trace) {
+    const int last = LastFrom(first);
+    if (!own_axes_ && !WantsAny(task_, first, last)) return;
+    if (H_.is_complex) {
+        SolveComplex(H_, first, scratch.of_J[0], levels_);
+    } else {
+        VectorsOfJ wanted[kTogether];
+        for (int J = first; J <= last; ++J) {
+            wanted[J - first] = {J, VecStart(levels_.vectors_real, J)};
+        }
+        SolveReal(H_, {wanted, static_cast<std::size_t>(last - first + 1)}, scratch);
+    }
+    for (int J = first; J <= last; ++J) {
+        BlockScratch& of_J = scratch.of_J[J - first];
+        FinishJ(H_, J, of_J, levels_);
+        if (own_axes_) own_axes_->TurnLevels(J, of_J, levels_);
+        if (trace && trace->WantsLevels()) {
+            trace->LevelsOfJ(task_.index, *task_.H.state, levels_, J);
+        }
+    }
+}
+
+Status FitScratch(const LevelTask& task, bool is_complex, Workspace& work) {
+    auto& scratch = work.Part<SolutionScratch>(Workspace::Slot::Levels);
+    return scratch.blocks.Fit(work.memory(), task.max_J, is_complex);
+}
+
+// Scratch for the other threads; false without memory for it.
+bool FitThreads(const LevelTask& task, Workspace& work) {
+    work.PrepareThreads();
+    for (int thread = 1; thread < work.threads().num(); ++thread) {
+        if (!FitScratch(task, task.H.is_complex, work.OfThread(thread))) return false;
+    }
+    return true;
+}
+
+// Turning the levels of a state in its own axes goes from one J to the next.
+bool IsShared(const LevelTask& task, const OwnAxes* own_axes, Workspace& work, Report& report) {
+    return work.threads().num() > 1 && task.max_J >= kTogether && !own_axes && !report.trace();
 }
 
 }  // namespace
@@ -163,7 +221,8 @@ Status Solve(const LevelTask& task, Workspace& work, Report& report, Levels& lev
     OwnAxes* const own_axes = IsSolvedInOwnAxes(task.H) ? &scratch.own_axes : nullptr;
     if (trace) trace->Enter(Step::SolveLevels, task.index);
     if (trace) trace->Enter(Step::LevelScratch, task.index);
-    KIV_TRY(scratch.blocks.Fit(work.memory(), task.max_J, task.H.is_complex && !own_axes));
+    KIV_TRY(FitScratch(task, task.H.is_complex && !own_axes, work));
+    const bool shared = IsShared(task, own_axes, work, report) && FitThreads(task, work);
     if (own_axes) {
         KIV_TRY(own_axes->Fit(work.memory(), task.max_J));
         own_axes->Begin(task.H, task.max_J);
@@ -171,7 +230,9 @@ Status Solve(const LevelTask& task, Workspace& work, Report& report, Levels& lev
     if (trace) trace->Leave(Step::LevelScratch, task.index);
     ListDerivatives(*task.H.state, levels);
     const Hamiltonian H = own_axes ? own_axes->own() : task.H;
-    KIV_TRY(SolveAll(task, H, scratch.blocks, own_axes, report, levels));
+    SetSymmetry(H, levels);
+    Solver solver(task, H, own_axes, levels);
+    KIV_TRY(shared ? solver.Shared(work, report) : solver.Alone(scratch.blocks, report));
     if (trace) trace->Leave(Step::SolveLevels, task.index);
     return {};
 }
