@@ -52,6 +52,10 @@ struct LineList {
 
     /// Takes room for `lines` lines. NoMemory names the array.
     Status Reserve(const Memory& memory, std::int32_t lines, bool is_complex, bool one_state);
+
+    /// Makes room for `lines` lines, more than there is, and keeps those in the list. NoMemory
+    /// names the array; the list is then good for nothing.
+    Status Grow(const Memory& memory, std::int32_t lines);
 };
 
 /// All lines of a model, or the assigned ones alone (with positions but without intensities).

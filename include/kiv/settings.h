@@ -39,6 +39,8 @@ struct LineRules {
     double energy_per_kelvin = kMHzPerKelvin;
     std::array<std::int32_t, 4> spin_weights{1, 1, 1, 1};  // of Ka Kc even-even, eo, oo, oe
     std::optional<ParityRule> parity;
+    /// Lowest and highest frequency; lines outside are left out, assigned ones, too.
+    std::optional<std::array<double, 2>> range;
 };
 
 /// What the measured lines of a fit are and which constants they can determine.

@@ -265,13 +265,27 @@ void OwnAxes::PutVectors(int J, BlockScratch& s, Levels& levels) {
     }
 }
 
-void OwnAxes::TurnLevels(int J, BlockScratch& s, Levels& levels) {
+// The derivatives by A, B, C of the state's own axes stay, unless the turn is one of axes that
+// change places.
+void OwnAxes::TurnDerivatives(int J, BlockScratch& s, Levels& levels) {
     const auto width = static_cast<std::size_t>(levels.num_derivatives);
-    double* const derivatives = &levels.derivative[Levels::Index(J, 0) * width];
     const auto n = static_cast<std::size_t>(2 * J + 1);
+    double* const derivatives = &levels.derivative[Levels::Index(J, 0) * width];
     for (std::size_t r = 0; r < n; ++r) {
         std::copy_n(derivatives + r * width, 3, &records_[3 * r]);
     }
+    BuildBlocks(H_, kept_, J, s);
+    FillDerivatives(H_, J, VecStart(levels.vectors_real, J),
+                    H_.is_complex ? VecStart(levels.vectors_imag, J) : nullptr, s, levels);
+    const auto& made = H_.state->from_turn.values;
+    const bool makes_none = std::find(made.begin(), made.end(), true) == made.end();
+    if (H_.exchanges_axes && makes_none) return;
+    for (std::size_t r = 0; r < n; ++r) {
+        std::copy_n(&records_[3 * r], 3, derivatives + r * width);
+    }
+}
+
+void OwnAxes::TurnLevels(int J, BlockScratch& s, Levels& levels) {
     matrix_.Load(J);
     FillColumns(J);
     const double* const vectors = VecStart(levels.vectors_real, J);
@@ -281,15 +295,7 @@ void OwnAxes::TurnLevels(int J, BlockScratch& s, Levels& levels) {
     levels.kept = kept_;
     levels.own_rotation = own_rotation_;
     PutVectors(J, s, levels);
-    BuildBlocks(H_, kept_, J, s);
-    FillDerivatives(H_, J, vectors, H_.is_complex ? VecStart(levels.vectors_imag, J) : nullptr, s,
-                    levels);
-    const auto& made = H_.state->from_turn.values;
-    const bool makes_none = std::find(made.begin(), made.end(), true) == made.end();
-    if (H_.exchanges_axes && makes_none) return;
-    for (std::size_t r = 0; r < n; ++r) {
-        std::copy_n(&records_[3 * r], 3, derivatives + r * width);
-    }
+    if (levels.num_derivatives > 0) TurnDerivatives(J, s, levels);
 }
 
 }  // namespace kiv

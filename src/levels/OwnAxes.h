@@ -53,6 +53,7 @@ class OwnAxes {
     void PutVector(int J, int place, const SymBlock& from, const SymBlock& to, double* re,
                    double* im);
     void PutVectors(int J, BlockScratch& scratch, Levels& levels);
+    void TurnDerivatives(int J, BlockScratch& scratch, Levels& levels);
 
     Hamiltonian H_{};
     TurnedState own_;

@@ -124,20 +124,31 @@ void AmplitudeSums::FillCoupling(BandType type, const SymBlock& from, const SymB
     run.num_rows = to.N;
     run.ld = RowLd(to.N);
     run.back = 2 / to.step;
-    const auto takes_part = [&](int m) { return m >= 0 && m < from.N; };
-    for (int m = 0; m < VecLd(to.N); ++m) {
-        coupling.plus[m] = coupling.minus[m] = 0.0;
-        if (m >= to.N) continue;
-        const int K = to.K(m), k = K + J_upper_;
-        if (takes_part(m + coupling.shift)) coupling.plus[m] = FoldScale(to, K, K + step) * up[k];
-        if (step == 0) continue;
-        if (to.folded && K == 0) {  // K'' = -1 is the function of K'' = 1
-            if (!takes_part(m + coupling.shift)) continue;
-            coupling.plus[m] += sign * from.T(1) * FoldScale(to, K, 1) * factors_.down[k];
-        } else if (takes_part(m + coupling.shift - run.back)) {
-            coupling.minus[m] = sign * FoldScale(to, K, K - 1) * factors_.down[k];
+    std::fill_n(coupling.plus.data(), VecLd(to.N), 0.0);
+    std::fill_n(coupling.minus.data(), VecLd(to.N), 0.0);
+    // The components m whose partner, of K'' = K' + 1 or K' - 1, is one of the lower level.
+    const auto fill = [&](Array<double>& weight, int shift, double factor,
+                          const Array<double>& cosines) {
+        const int last = std::min(to.N, from.N - shift);
+        for (int m = std::max(0, -shift); m < last; ++m) {
+            weight[m] = factor * cosines[to.K(m) + J_upper_];
+        }
+    };
+    fill(coupling.plus, coupling.shift, 1.0, up);
+    if (step != 0) fill(coupling.minus, coupling.shift - run.back, sign, factors_.down);
+    if (!to.folded) return;
+    // Where one of the functions is |J,0>, the factors of FoldScale differ from 1.
+    const int zero = to.Index(0), one = to.Index(1);
+    const int lower = zero + coupling.shift;
+    if (zero >= 0 && lower >= 0 && lower < from.N) {
+        double& plus = coupling.plus[zero];
+        plus *= FoldScale(to, 0, step);
+        if (step != 0) {  // K'' = -1 is the function of K'' = 1
+            plus += sign * from.T(1) * FoldScale(to, 0, 1) * factors_.down[J_upper_];
         }
     }
+    if (zero >= 0) coupling.minus[zero] = 0.0;
+    if (one >= 0) coupling.minus[one] *= FoldScale(to, 1, 0);
 }
 
 // The sums of a lower level, and of the next ones of its class, with upper levels first..last-1.
@@ -160,6 +171,39 @@ void AmplitudeSums::CoupleLevels(Coupling& coupling, int lower_class, int index,
         run.im.rows = now_->Imag(c) + coupling.first;
     }
     Couple(run);
+}
+
+bool AmplitudeSums::ImageOf(int lower_class, int upper_class, LevelImage& image) const {
+    int num_types = 0;
+    for (int type = 0; type < kNumBands; ++type) {
+        const Coupling& coupling = couplings_[type][lower_class];
+        if (!task_->IsActive(type) || coupling.upper_class != upper_class) continue;
+        ++num_types;
+        const CoupleRun& run = coupling.run;
+        image = {static_cast<BandType>(type),
+                 run.plus,
+                 run.minus,
+                 coupling.shift,
+                 run.back,
+                 run.num_rows};
+    }
+    return num_types == 1 && !is_complex_;
+}
+
+ClassSums AmplitudeSums::SumsWith(int rank, int upper_class, int first, int last) {
+    const int c_lower = lower_.ClassOf(rank), index = lower_.IndexOf(rank);
+    ClassSums sums;
+    for (int type = 0; type < kNumBands; ++type) {
+        Coupling& coupling = couplings_[type][c_lower];
+        if (!task_->IsActive(type) || coupling.upper_class != upper_class) continue;
+        if (!coupling.Holds(index, first, last))
+            CoupleLevels(coupling, c_lower, index, first, last);
+        const auto level = static_cast<std::size_t>(index - coupling.lower);
+        const int from = first - coupling.first;
+        sums.real[type] = coupling.sum_real[level].data() + from;
+        if (is_complex_) sums.imag[type] = coupling.sum_imag[level].data() + from;
+    }
+    return sums;
 }
 
 void AmplitudeSums::Compute(int rank, const PartnerList& list, int first, int last,

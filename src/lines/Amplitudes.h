@@ -30,6 +30,23 @@ struct Amplitudes {
     Status Begin(const Memory& memory, int max_J, bool is_complex);
 };
 
+/// Amplitudes of one lower level with upper levels of one class that follow each other there; null
+/// for the types that do not lead from its class to theirs.
+struct ClassSums {
+    const double* real[kNumBands] = {};
+    const double* imag[kNumBands] = {};
+};
+
+/// Component m = 0..num-1 of the image of a level with the components c is plus[m] c(m + shift) +
+/// minus[m] c(m + shift - back).
+struct LevelImage {
+    BandType type;
+    const double* plus;
+    const double* minus;  // null: none
+    int shift, back;
+    int num;
+};
+
 class AmplitudeSums {
   public:
     /// Starts on the states of `task`, which must stay as they are. NoMemory.
@@ -50,6 +67,25 @@ class AmplitudeSums {
     /// first..last-1 for the active band types, from result.real[..][0] on. Those that symmetry
     /// forbids are exactly 0.0.
     void Compute(int rank, const PartnerList& list, int first, int last, Amplitudes& result);
+
+    /// The levels of J' by class, and those of a class as a list, whose places count within it.
+    const ClassLevels& upper_classes() const { return now_->by_class(); }
+    const PartnerList& ClassList(int upper_class) { return now_->Partners(1U << upper_class); }
+
+    /// True when the active band types lead from levels of `lower_class` to levels of
+    /// `upper_class`.
+    bool LeadsTo(int lower_class, int upper_class) const {
+        return (partner_classes_[lower_class] >> upper_class & 1) != 0;
+    }
+
+    /// The images of the levels of a lower class under the moment of the one type that leads to
+    /// `upper_class`, over the functions of that class. False when more types than one do so, or
+    /// for complex states.
+    bool ImageOf(int lower_class, int upper_class, LevelImage& image) const;
+
+    /// The amplitudes of lower level `rank` with levels first..last-1 of `upper_class`. They stay
+    /// until the next level or class, and the amplitudes with other classes stay beside them.
+    ClassSums SumsWith(int rank, int upper_class, int first, int last);
 
   private:
     /// Weight m of a pair of classes is plus[m] c(m + shift) + minus[m] c(m + shift - back), c

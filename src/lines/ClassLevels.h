@@ -35,6 +35,9 @@ class ClassLevels {
     /// Levels of the classes before c.
     int First(int c) const { return first_level_[c]; }
 
+    /// Place of the level of an energy rank when the levels stand class by class.
+    int Place(int rank) const { return First(ClassOf(rank)) + IndexOf(rank); }
+
     /// Levels of class c below energy rank 0..2J+1.
     int Below(int c, int rank) const {
         return num_below_[static_cast<std::size_t>(rank) * kMaxBlocks + c];

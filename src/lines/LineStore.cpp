@@ -144,21 +144,25 @@ Status LineStore::Put(const LineBatch& batch, std::span<const std::int32_t> line
 
 Status LineStore::Grow() {
     if (trace_) trace_->Enter(Step::GrowStore);
-    list_.capacity += kMoreLines;
-    const std::int64_t n = list_.capacity;
-    KIV_TRY(GrowArray(memory_, list_.position, n, array_name::kMorePositions));
-    KIV_TRY(GrowArray(memory_, list_.intensity, n, array_name::kMoreIntensities));
-    KIV_TRY(GrowArray(memory_, list_.amplitude_real, 3 * n, array_name::kAmplitudes));
-    KIV_TRY(GrowArray(memory_, list_.amplitude_imag, 3 * n, array_name::kImaginaryAmplitudes));
-    KIV_TRY(GrowArray(memory_, list_.band, n, array_name::kBands));
-    KIV_TRY(GrowArray(memory_, list_.match_line, n, array_name::kMatches));
-    KIV_TRY(GrowArray(memory_, list_.match_assignment, n, array_name::kMatches));
-    KIV_TRY(GrowArray(memory_, list_.label, 6 * n, array_name::kLineLabels));
-    KIV_TRY(GrowArray(memory_, list_.lower_level, n, array_name::kLowerLevels));
-    KIV_TRY(GrowArray(memory_, list_.upper_level, n, array_name::kUpperLevels));
+    KIV_TRY(list_.Grow(memory_, list_.capacity + kMoreLines));
     Attach();
     if (trace_) trace_->Leave(Step::GrowStore);
     return {};
+}
+
+Status LineList::Grow(const Memory& memory, std::int32_t lines) {
+    capacity = lines;
+    const std::int64_t n = capacity;
+    KIV_TRY(GrowArray(memory, position, n, array_name::kMorePositions));
+    KIV_TRY(GrowArray(memory, intensity, n, array_name::kMoreIntensities));
+    KIV_TRY(GrowArray(memory, amplitude_real, 3 * n, array_name::kAmplitudes));
+    KIV_TRY(GrowArray(memory, amplitude_imag, 3 * n, array_name::kImaginaryAmplitudes));
+    KIV_TRY(GrowArray(memory, band, n, array_name::kBands));
+    KIV_TRY(GrowArray(memory, match_line, n, array_name::kMatches));
+    KIV_TRY(GrowArray(memory, match_assignment, n, array_name::kMatches));
+    KIV_TRY(GrowArray(memory, label, 6 * n, array_name::kLineLabels));
+    KIV_TRY(GrowArray(memory, lower_level, n, array_name::kLowerLevels));
+    return GrowArray(memory, upper_level, n, array_name::kUpperLevels);
 }
 
 LineView LineList::Line(std::int32_t n) const {

@@ -9,6 +9,7 @@
 #include "kiv/levels.h"
 #include "kiv/lines.h"
 #include "kiv/settings.h"
+#include "levels/Terms.h"
 #include "lines/Cosines.h"
 
 namespace kiv {
@@ -32,6 +33,7 @@ struct LineTask {
     double origin = 0.0;
     std::array<double, kNumBands> projection{};  // of the moment on a, b, c
     AssignedSet assigned;
+    Hamiltonian H_upper{};  // of the upper levels; null state: not known
 
     bool one_state() const { return lower == upper; }
     int max_J() const { return lower->max_J; }

@@ -20,6 +20,7 @@ struct PairRun {
     bool skip_dark;               // no lines without raw intensity
     bool upward_only;             // no lines of negative position
     double cutoff;                // of the strengths
+    double lowest, highest;       // positions that are lines
     const double* re[kNumBands];  // amplitudes
     const double* im[kNumBands];
     double projection[kNumBands];

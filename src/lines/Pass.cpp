@@ -10,6 +10,7 @@
 #include "levels/Solution.h"
 #include "lines/AssignedLines.h"
 #include "lines/LineSearch.h"
+#include "lines/LineStore.h"
 #include "lines/LineTask.h"
 
 namespace kiv {
@@ -84,6 +85,8 @@ Status Pass::FindLines() {
     lines.upper = &room_.upper();
     lines.cosines = &room_.cosines;
     lines.rules = task_.rules;
+    const StateIndex upper = task_.one_state() ? kLower : kUpper;
+    lines.H_upper = {&room_.turned[upper], task_.is_complex, task_.exchanges_axes};
     lines.origin = task_.within_lower ? 0.0 : model.origin.value;
     lines.projection = TurnedMoment(model.moment, frame);
     lines.assigned = SetOf(task_.assignments, task_.one_state());
@@ -143,7 +146,8 @@ Status CheckRules(const Model& model, const LineRules& rules) {
 Status PassRoom::ReserveLevels(const PassTask& task, const Memory& memory, StateIndex index) {
     const TurnedState state = Turn(task.model->states[index]);
     is_solved[index] = false;
-    return kiv::Reserve({{&state, task.is_complex}, task.max_J, index}, memory, levels[index]);
+    return levels[index].Reserve(memory, task.max_J, task.is_complex,
+                                 task.has_derivatives ? state.NumOn() : 0);
 }
 
 Status PassRoom::ReserveLines(const PassTask& task, const Memory& memory) {
@@ -179,6 +183,8 @@ Result<LineList> ComputeLines(const Model& model, const Levels& lower, const Lev
     task.upper = &upper;
     task.cosines = &cosines;
     task.rules = &rules;
+    const TurnedState turned = Turn(model.states[one_state ? kLower : kUpper]);
+    task.H_upper = {&turned, lower.is_complex};
     task.origin = model.origin.value;
     task.projection = TurnedMoment(model.moment, Turn(model.states[model.moment.frame]));
     task.assigned = SetOf(assignments, one_state);

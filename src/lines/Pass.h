@@ -25,6 +25,7 @@ struct PassTask {
     /// without the origin.
     bool within_lower = false;
     bool exchanges_axes = false;  // see Hamiltonian
+    bool has_derivatives = true;  // of the levels, by the constants that are on
 
     bool one_state() const { return model->one_state || within_lower; }
 };

@@ -83,19 +83,24 @@ Status UpperLevels::Begin(const Memory& memory, const Levels& levels, std::uint8
 void UpperLevels::Load(int J) {
     if (by_class_.J() == J) return;
     by_class_.Load(J);
-    for (int part = 0; part < num_parts(); ++part) FillRows(part);
+    std::int64_t row = 0;
+    for (int c = 0; c < by_class_.num_classes(); ++c) {
+        const int N = by_class_.Class(c).N;
+        first_row_[c] = row;
+        row += std::int64_t{VecLd(N)} * RowLd(N);
+        has_rows_[c][0] = has_rows_[c][1] = false;
+    }
     for (PartnerList& list : lists_) list.filled = false;
 }
 
-void UpperLevels::FillRows(int part) {
-    std::int64_t row = 0;
-    for (int c = 0; c < by_class_.num_classes(); ++c) {
-        const int N = by_class_.Class(c).N, ld = RowLd(N);
-        first_row_[c] = row;
-        const double* from = part == 0 ? by_class_.Real(c, 0) : by_class_.Imag(c, 0);
-        Transpose({N, from, VecLd(N), start_[part] + row, ld});
-        row += std::int64_t{VecLd(N)} * ld;
-    }
+const double* UpperLevels::Rows(int c, int part) {
+    double* const rows = start_[part] + first_row_[c];
+    if (has_rows_[c][part]) return rows;
+    const int N = by_class_.Class(c).N;
+    const double* from = part == 0 ? by_class_.Real(c, 0) : by_class_.Imag(c, 0);
+    Transpose({N, from, VecLd(N), rows, RowLd(N)});
+    has_rows_[c][part] = true;
+    return rows;
 }
 
 const PartnerList& UpperLevels::Partners(unsigned classes) {

@@ -34,22 +34,23 @@ class UpperLevels {
 
     /// The component m of the levels of class c, level after level, rows RowLd apart; the first
     /// level of a row begins at a multiple of 64 bytes.
-    const double* Real(int c) const { return start_[0] + first_row_[c]; }
-    const double* Imag(int c) const { return start_[1] + first_row_[c]; }
+    const double* Real(int c) { return Rows(c, 0); }
+    const double* Imag(int c) { return Rows(c, 1); }
 
     /// The levels of the classes in `classes` (bit c for class c).
     const PartnerList& Partners(unsigned classes);
 
   private:
     int num_parts() const { return levels_->is_complex ? 2 : 1; }
-    void FillRows(int part);
+    const double* Rows(int c, int part);
     void FillList(unsigned classes, PartnerList& list);
 
     const Levels* levels_ = nullptr;
     ClassLevels by_class_;
     std::int64_t first_row_[kMaxBlocks] = {};
-    Array<double> rows_[2];  // real and imaginary part
-    double* start_[2] = {};  // where they begin
+    bool has_rows_[kMaxBlocks][2] = {};  // those that somebody asked for
+    Array<double> rows_[2];              // real and imaginary part
+    double* start_[2] = {};              // where they begin
     PartnerList lists_[1U << kMaxBlocks];
     int list_room_ = 0;  // entries between the lists
     Array<std::int32_t> index_, below_, place_of_;

@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <functional>
-#include <random>
 #include <thread>
 
 #include "base/ArrayName.h"
@@ -12,28 +11,6 @@
 
 namespace kiv {
 namespace {
-
-// Real and complex models of one and two states of any symmetry.
-Calculation RandomCalculation(unsigned seed) {
-    std::mt19937 random(seed);
-    const auto below = [&](unsigned n) { return static_cast<int>(random() % n); };
-    Calculation calculation{.model = below(3) == 0 ? OneState() : TwoStates(),
-                            .settings = Strengths(1 + below(9))};
-    for (State& state : calculation.model.states) {
-        state.reduction = below(2) == 0 ? Reduction::A : Reduction::S;
-        for (int i = below(3); i > 0; --i) {
-            state.Set(static_cast<Constant>(3 + below(kNumConstants - 3)), 0.01 * below(20));
-        }
-        if (below(4) == 0) state.tilt.theta = below(90);
-        if (below(8) == 0) state.tilt.chi = below(90);
-    }
-    for (double& component : calculation.model.moment.component) component *= below(4);
-    calculation.model.moment.component[2] += 0.5;
-    LineRules& rules = calculation.settings.lines;
-    rules.temperature = below(2) * 1e-3;
-    rules.delta_K = below(3) == 0 ? 2 : kAllDeltaK;
-    return calculation;
-}
 
 Bits BitsOf(const Result<LineList>& lines) {
     return lines ? BitsOf(lines.value()) : Bits{"error: " + lines.error().text};

@@ -1,4 +1,4 @@
 find_package(Threads REQUIRED)
 kiv_tests(lines
-  SOURCES Lines_test.cpp Matching_test.cpp Partition_test.cpp Reuse_test.cpp Turned_test.cpp
+  SOURCES Cut_test.cpp Lines_test.cpp Matching_test.cpp Partition_test.cpp Reuse_test.cpp Turned_test.cpp
   LINKS kiv_lines Threads::Threads)

@@ -1,0 +1,132 @@
+// The pairs of levels of one lower J that the rules let through.
+#pragma once
+
+#include <cstdint>
+
+#include "kiv/report.h"
+#include "lines/Amplitudes.h"
+#include "lines/Boltzmann.h"
+#include "lines/GroupCut.h"
+#include "lines/LineMatch.h"
+#include "lines/LineStore.h"
+#include "lines/LineTask.h"
+#include "lines/PairValues.h"
+#include "lines/StrengthBound.h"
+
+namespace kiv {
+
+/// The pairs of one lower level with upper levels of one J' that follow each other in a list.
+struct PairsOfLevel {
+    LowerLevel lower{};
+    int J_upper = 0;
+    const PartnerList* list = nullptr;
+    int place = 0;  // of the first one
+    int num = 0;
+    Amplitudes amplitudes;
+};
+
+/// A pair that a cut-off may leave: its upper level, and where its amplitudes are.
+struct Candidate {
+    std::int32_t upper;
+    std::int32_t upper_class;
+    std::int32_t place;  // in the list of the class
+};
+
+/// Scratch of a search, kept between searches.
+struct LineScratch {
+    AmplitudeSums sums;
+    PairsOfLevel pairs;
+    // The pairs of the level at hand and what becomes of them
+    Array<double> position, raw, strength, factor;
+    Array<float> intensity;
+    Array<float> amplitude_real, amplitude_imag;
+    Array<char> band;
+    Array<std::int32_t> lines;  // pairs that are lines
+    Array<long long> dropped;
+    // The energies of J' without their order: levels that agree have none. Of ranks 0..r, and of
+    // r..2J' when the lines have a range
+    Array<double> highest, lowest;
+    // Those that a cut-off may leave
+    GroupCut groups;
+    Array<Candidate> candidates;
+    Array<std::int32_t> upper;
+    Array<std::int16_t> label;
+    Array<double> energy;
+
+    /// Sized and set up for `task`. NoMemory.
+    Status Begin(const Memory& memory, const LineTask& task);
+
+  private:
+    /// What a cut-off needs beyond that; `n`: pairs of a level and some.
+    Status BeginCut(const Memory& memory, const LineTask& task, std::int64_t n);
+};
+
+/// Searches the pairs of one lower J after the other, ascending, for lines.
+class PairSearch {
+  public:
+    /// `assigned`: the assignments of these J.
+    PairSearch(const LineTask& task, const AssignedSet& assigned, LineScratch& scratch,
+               const Memory& memory, Trace* trace, LineList& list);
+
+    /// Appends the lines of a lower J to the list. NoMemory.
+    Status Run(int J_lower);
+
+    /// Counts the assignments that are left. Pairs whose lower level has a negative energy are
+    /// counted where pairs are looked at one by one.
+    void Finish() { match_.Finish(); }
+    std::int64_t num_negative() const { return num_negative_; }
+
+  private:
+    /// Upper levels of one lower level, and whether each is looked at.
+    struct Window {
+        int first, last;
+        bool one_by_one;
+    };
+
+    void SetValues();
+    Status RunBranch(int J_lower, int J_upper);
+    bool IsCutOff(int J_lower, int J_upper, int rank) const;
+    Status RunLevel(const LowerLevel& lower, int J_upper);
+    Status RunAll(const LowerLevel& lower, int J_upper, const Window& window);
+    Status RunCut(const LowerLevel& lower, int J_upper, const Window& window);
+    void PrepareSums(int J_lower, int J_upper);
+    void FillBounds(int J_upper);
+    int FirstUpward(const LowerLevel& lower, int J_upper);
+    void KeepInRange(const LowerLevel& lower, Window& window) const;
+    void PassDownward(const LowerLevel& lower, int J_upper, int first, int last);
+    int Choose(int rank, const Window& window);
+    int ChooseOfClass(int rank, int upper_class, int first, int last, int num);
+    void GatherCandidates(int rank, const Window& window, int num);
+    void SetLevel(const LowerLevel& lower, const double* energy, int num);
+    void EvaluateLevel();
+    Status KeepLines();
+    Status KeepOneByOne();
+    bool HasParityOf(const LowerLevel& lower, std::int32_t upper) const;
+    bool IsWeak(int pair) const;
+    bool IsOutOfRange(double position) const {
+        return position < values_.lowest || position > values_.highest;
+    }
+    PairView View(int pair) const;
+
+    const LineTask& task_;
+    const LineRules& rules_;
+    LineScratch& s_;
+    Trace* const trace_;
+    const bool listening_;  // every pair is told
+    LineList& list_;
+    Boltzmann weights_;
+    StrengthBound bound_;
+    const bool keep_dark_;  // pairs without intensity are lines, too
+    LineMatch match_;
+    LineStore store_;
+    bool groups_are_marked_ = false;  // in the branch at hand; false with a bound: none has a line
+    bool sums_are_ready_ = false;     // for the branch at hand
+    int upward_ = 0;  // one state: the first upper level that lies above the lower one
+    LineBatch batch_;
+    PairRun values_{};
+    LineValues scratch_values_;
+    bool any_dropped_ = false;
+    std::int64_t num_negative_ = 0;
+};
+
+}  // namespace kiv
