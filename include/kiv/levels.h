@@ -95,4 +95,7 @@ Result<Levels> SolveLevels(const State& state, int max_J, bool is_complex, Works
                            Report& report);
 Result<Levels> SolveLevels(const State& state, int max_J, Workspace& work);
 
+/// The same energies and labels, bit for bit, without eigenvectors, characters and derivatives.
+Result<Levels> SolveEnergies(const State& state, int max_J, Workspace& work);
+
 }  // namespace kiv

@@ -14,7 +14,6 @@
 #include "fit/LeastSquares.h"
 #include "io/AssignmentFile.h"
 #include "io/TextLines.h"
-#include "job/LineRange.h"
 #include "job/ObservedLines.h"
 #include "job/OldForm.h"
 #include "named/NamedInput.h"
@@ -63,8 +62,9 @@ Model InOwnAxes(Model model, const PassRoom& room) {
 
 class JobRun {
   public:
-    JobRun(const Job& job, LineChoice choice, Workspace& work, Report& report, Calculation& result)
-        : job_(job), choice_(choice), work_(work), report_(report), to_(result) {}
+    JobRun(const Job& job, LineChoice choice, const CalculationNeeds& needs, Workspace& work,
+           Report& report, Calculation& result)
+        : job_(job), choice_(choice), needs_(needs), work_(work), report_(report), to_(result) {}
 
     Status Named();
     Status Old();
@@ -80,7 +80,8 @@ class JobRun {
                 choice_,
                 is_complex,
                 false,
-                exchanges_axes};
+                exchanges_axes,
+                needs_.derivatives || job_.is_fit()};
     }
     void BeginNamed();
     Status BeginOld(InputFile& file);
@@ -93,6 +94,7 @@ class JobRun {
 
     const Job& job_;
     const LineChoice choice_;
+    const CalculationNeeds needs_;
     Workspace& work_;
     Report& report_;
     Calculation& to_;
@@ -178,14 +180,13 @@ Status JobRun::Named() {
                             (!to_.model.one_state && NeedsComplex(to_.model.upper()));
     const PassTask pass = Task(is_complex, false);
     KIV_TRY(to_.room.Reserve(pass, work_.memory()));
-    KIV_TRY(RunPass(pass, work_, report_, to_.room));
-    if (to_.fit) MarkRejected();
-    if (job_.input.spectrum.range) {
-        CutToRange(*job_.input.spectrum.range, to_.room.lines);
-        if (to_.room.lines.size == 0) {
-            return Error{ErrorCode::NoLines, "no line lies within the range of the input", ""};
-        }
+    to_.settings.lines.range = job_.input.spectrum.range;
+    const Status found = RunPass(pass, work_, report_, to_.room);
+    if (!found && found.error().code == ErrorCode::NoLines && to_.settings.lines.range) {
+        return Error{ErrorCode::NoLines, "no line lies within the range of the input", ""};
     }
+    KIV_TRY(found);
+    if (to_.fit) MarkRejected();
     SetHeader(OldOf(job_.input));
     if (to_.fit) {
         to_.header.rms = to_.fit->rms;
@@ -306,9 +307,9 @@ Status JobRun::Judge() {
 }
 
 // What is asked of a job, for all lines or for the measured ones alone.
-Status Done(const Job& job, LineChoice choice, Workspace& work, Report& report, Calculation& result,
-            Status (JobRun::*what)()) try {
-    JobRun run(job, choice, work, report, result);
+Status Done(const Job& job, LineChoice choice, const CalculationNeeds& needs, Workspace& work,
+            Report& report, Calculation& result, Status (JobRun::*what)()) try {
+    JobRun run(job, choice, needs, work, report, result);
     return (run.*what)();
 } catch (const std::bad_alloc&) {
     return NoMemory("");
@@ -327,18 +328,19 @@ FeatureFitOptions FitOptionsOf(const Job& job, const Settings& settings) {
     return options;
 }
 
-Status Calculate(const Job& job, Workspace& work, Report& report, Calculation& result) {
+Status Calculate(const Job& job, Workspace& work, Report& report, Calculation& result,
+                 const CalculationNeeds& needs) {
     const bool is_named = job.form == InputForm::Named;
-    return Done(job, LineChoice::All, work, report, result,
+    return Done(job, LineChoice::All, needs, work, report, result,
                 is_named ? &JobRun::Named : &JobRun::Old);
 }
 
 Status FitAlone(const Job& job, Workspace& work, Report& report, Calculation& result) {
-    return Done(job, LineChoice::Assigned, work, report, result, &JobRun::FitAlone);
+    return Done(job, LineChoice::Assigned, {}, work, report, result, &JobRun::FitAlone);
 }
 
 Status JudgeLines(const Job& job, Workspace& work, Report& report, Calculation& result) {
-    return Done(job, LineChoice::Assigned, work, report, result, &JobRun::Judge);
+    return Done(job, LineChoice::Assigned, {}, work, report, result, &JobRun::Judge);
 }
 
 }  // namespace kiv

@@ -37,12 +37,19 @@ struct Calculation {
     bool has_lines() const { return room.lines.size > 0; }
 };
 
+/// What is needed beside the lines.
+struct CalculationNeeds {
+    /// Derivatives of the levels, which line sets hold. Of a fit there are always those.
+    bool derivatives = true;
+};
+
 /// Calculates, or fits and calculates, a job without errors among its findings.
 ///
 /// Named inputs are fitted until they converge; a fit that does not leaves no lines and no error.
 /// Old inputs give the lines and constants of `kiv FILE`. TooFewLines, NoLines, NoDifferences,
 /// NegativeConstant, NotConverged, NoMemory, Cancelled; what was reached until then is in `result`.
-Status Calculate(const Job& job, Workspace& work, Report& report, Calculation& result);
+Status Calculate(const Job& job, Workspace& work, Report& report, Calculation& result,
+                 const CalculationNeeds& needs = {});
 
 /// The fit of a job alone: model, settings, features and fit are those of Calculate. Levels are
 /// solved up to the highest J of a measured line, and no line but these is looked at.

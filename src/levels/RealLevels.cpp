@@ -11,11 +11,11 @@ namespace kiv {
 namespace {
 
 void FillTridiagonal(const HamOp& ham, int first, const QlMatrix& a) {
-    std::fill_n(a.Z, static_cast<std::size_t>(a.N) * a.Nm, 0.0);
+    if (a.Z) std::fill_n(a.Z, static_cast<std::size_t>(a.N) * a.Nm, 0.0);
     a.E[0] = 0.0;
     for (int m = 0; m < a.N; ++m) {
         a.D[m] = ham.band[0][first + m];
-        a.Z[static_cast<std::size_t>(m) * a.Nm + m] = 1.0;
+        if (a.Z) a.Z[static_cast<std::size_t>(m) * a.Nm + m] = 1.0;
         if (m + 1 < a.N) a.E[m + 1] = ham.width > 0 ? ham.band[1][first + m] : 0.0;
     }
 }
@@ -64,7 +64,8 @@ KIV_INLINE void FixSignsBody(const QlMatrix& a) {
 
 KIV_KERNEL(FixSigns, QlMatrix)
 
-// Lays out the blocks of a J in the place of their eigenvectors. Returns their number.
+// Lays out the blocks of a J in the place of their eigenvectors, if there is one. Returns their
+// number.
 int PrepareBlocks(BlockScratch& s, double* vectors, QlMatrix* a) {
     const HamOp& ham = s.ham[0];
     for (int b = 0; b < s.blocks.num; ++b) {
@@ -73,13 +74,15 @@ int PrepareBlocks(BlockScratch& s, double* vectors, QlMatrix* a) {
                 N,
                 s.energies.data() + s.first[b],
                 s.subdiagonal.data() + s.first[b],
-                vectors + s.blocks.vec[b],
+                vectors ? vectors + s.blocks.vec[b] : nullptr,
                 0};
         if (ham.width <= 1) {
             FillTridiagonal(ham, s.first[b], a[b]);
         } else {
+            if (!vectors) a[b].Z = s.matrix_real.data();
             FillLowerTriangle(ham, s.first[b], a[b]);
             tred2(a[b].Nm, N, a[b].Z, a[b].D, a[b].E, a[b].Z);
+            if (!vectors) a[b].Z = nullptr;
         }
     }
     return s.blocks.num;
@@ -96,7 +99,9 @@ void SolveReal(const Hamiltonian& H, std::span<const VectorsOfJ> wanted, LevelSc
         num += static_cast<std::size_t>(PrepareBlocks(s, wanted[i].vectors, matrices + num));
     }
     tql2({matrices, num});  // what does not converge stays as it is
-    for (std::size_t i = 0; i < num; ++i) FixSigns(matrices[i]);
+    for (std::size_t i = 0; i < num; ++i) {
+        if (matrices[i].Z) FixSigns(matrices[i]);
+    }
 }
 
 }  // namespace kiv

@@ -38,6 +38,7 @@ Status TakeLevels(const Memory& memory, int max_J, Levels& to, std::int64_t& lev
 
 // From the solved blocks of J to its levels.
 void FinishJ(const Hamiltonian& H, int J, BlockScratch& scratch, Levels& levels) {
+    if (levels.vectors_real.is_null()) return RankLevels(H, J, scratch, levels);
     ClearRest(scratch.blocks, J, levels.vectors_real);
     if (H.is_complex) ClearRest(scratch.blocks, J, levels.vectors_imag);
     RankLevels(H, J, scratch, levels);
@@ -101,36 +102,45 @@ class Solver {
 
 void Solver::SolveFrom(int first, LevelScratch& scratch, Trace* trace) {
     const int last = LastFrom(first);
+    const bool has_vectors = !levels_.vectors_real.is_null();
     if (!own_axes_ && !WantsAny(task_, first, last)) return;
     if (H_.is_complex) {
         SolveComplex(H_, first, scratch.of_J[0], levels_);
     } else {
         VectorsOfJ wanted[kTogether];
         for (int J = first; J <= last; ++J) {
-            wanted[J - first] = {J, VecStart(levels_.vectors_real, J)};
+            wanted[J - first] = {J, has_vectors ? VecStart(levels_.vectors_real, J) : nullptr};
         }
         SolveReal(H_, {wanted, static_cast<std::size_t>(last - first + 1)}, scratch);
     }
     for (int J = first; J <= last; ++J) {
         BlockScratch& of_J = scratch.of_J[J - first];
         FinishJ(H_, J, of_J, levels_);
-        if (own_axes_) own_axes_->TurnLevels(J, of_J, levels_);
+        if (own_axes_ && has_vectors) own_axes_->TurnLevels(J, of_J, levels_);
         if (trace && trace->WantsLevels()) {
             trace->LevelsOfJ(task_.index, *task_.H.state, levels_, J);
         }
     }
 }
 
-Status FitScratch(const LevelTask& task, bool is_complex, Workspace& work) {
+// Without vectors a matrix that is not tridiagonal is reduced in the scratch.
+Status FitScratch(const LevelTask& task, bool is_complex, bool has_vectors, Workspace& work) {
     auto& scratch = work.Part<SolutionScratch>(Workspace::Slot::Levels);
-    return scratch.blocks.Fit(work.memory(), task.max_J, is_complex);
+    KIV_TRY(scratch.blocks.Fit(work.memory(), task.max_J, is_complex));
+    const int n = 2 * task.max_J + 1;
+    for (BlockScratch& of_J : scratch.blocks.of_J) {
+        if (!has_vectors && !of_J.matrix_real.Fit(work.memory(), std::int64_t{n} * VecLd(n))) {
+            return NoMemory(array_name::kBlocks);
+        }
+    }
+    return {};
 }
 
 // Scratch for the other threads; false without memory for it.
-bool FitThreads(const LevelTask& task, Workspace& work) {
+bool FitThreads(const LevelTask& task, bool has_vectors, Workspace& work) {
     work.PrepareThreads();
     for (int thread = 1; thread < work.threads().num(); ++thread) {
-        if (!FitScratch(task, task.H.is_complex, work.OfThread(thread))) return false;
+        if (!FitScratch(task, task.H.is_complex, has_vectors, work.OfThread(thread))) return false;
     }
     return true;
 }
@@ -221,8 +231,10 @@ Status Solve(const LevelTask& task, Workspace& work, Report& report, Levels& lev
     OwnAxes* const own_axes = IsSolvedInOwnAxes(task.H) ? &scratch.own_axes : nullptr;
     if (trace) trace->Enter(Step::SolveLevels, task.index);
     if (trace) trace->Enter(Step::LevelScratch, task.index);
-    KIV_TRY(FitScratch(task, task.H.is_complex && !own_axes, work));
-    const bool shared = IsShared(task, own_axes, work, report) && FitThreads(task, work);
+    const bool has_vectors = !levels.vectors_real.is_null();
+    KIV_TRY(FitScratch(task, task.H.is_complex && !own_axes, has_vectors, work));
+    const bool shared =
+        IsShared(task, own_axes, work, report) && FitThreads(task, has_vectors, work);
     if (own_axes) {
         KIV_TRY(own_axes->Fit(work.memory(), task.max_J));
         own_axes->Begin(task.H, task.max_J);
@@ -254,6 +266,27 @@ Result<Levels> SolveLevels(const State& state, int max_J, bool is_complex, Works
     Levels levels;
     KIV_TRY(Reserve(task, work.memory(), levels));
     KIV_TRY(Solve(task, work, report, levels));
+    return levels;
+} catch (const std::bad_alloc&) {
+    return NoMemory("");
+}
+
+// Eigenvectors of complex matrices are left where they are made.
+Result<Levels> SolveEnergies(const State& state, int max_J, Workspace& work) try {
+    KIV_TRY(CheckFinite(state));
+    if (max_J < 0) return Error{ErrorCode::OutOfRange, "the highest J is negative", "max_J"};
+    Report silent;
+    const TurnedState turned = Turn(state);
+    const LevelTask task{{&turned, NeedsComplex(state)}, max_J, kLower};
+    Levels levels;
+    if (task.H.is_complex && !IsSolvedInOwnAxes(task.H)) {
+        KIV_TRY(levels.Reserve(work.memory(), max_J, true, 0));
+    } else {
+        KIV_TRY(levels.ReserveFigures(work.memory(), max_J, 0));
+    }
+    KIV_TRY(Solve(task, work, silent, levels));
+    levels.vectors_real.Clear();
+    levels.vectors_imag.Clear();
     return levels;
 } catch (const std::bad_alloc&) {
     return NoMemory("");

@@ -22,7 +22,8 @@ struct LevelTask {
 };
 
 /// Fills `levels`, which Levels::Reserve sized for the task: energies (ascending in each J),
-/// labels, characters, eigenvectors and derivatives. A QL iteration that does not converge leaves
+/// labels, characters, eigenvectors and derivatives; without the eigenvectors and all that needs
+/// them where there is no array of them. A QL iteration that does not converge leaves
 /// its levels as they are, which only matrices that are not finite do. NoMemory; Cancelled.
 Status Solve(const LevelTask& task, Workspace& work, Report& report, Levels& levels);
 

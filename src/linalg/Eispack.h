@@ -39,7 +39,8 @@ void tred2(int nm, int n, const double* a, double* d, double* e, double* z);
 /// order in which they were found. Returns 0.
 int tql2(int nm, int n, double* d, double* e, double* z, int* ierr);
 
-/// One matrix of several: the arguments of tql2, Error is its *ierr.
+/// One matrix of several: the arguments of tql2, Error is its *ierr. Without Z the eigenvalues come
+/// alone, with the same bits.
 struct QlMatrix {
     int Nm;
     int N;

@@ -180,6 +180,7 @@ void SortEigen(const QlMatrix& a) {
         }
         if (k == i) continue;
         std::swap(a.D[i], a.D[k]);
+        if (!a.Z) continue;
         double* const zi = a.Z + std::ptrdiff_t{i} * a.Nm;
         std::swap_ranges(zi, zi + a.N, a.Z + std::ptrdiff_t{k} * a.Nm);
     }
@@ -228,7 +229,7 @@ void QlLane::Start(QlMatrix& a) {
     a.Error = 0;
     if (a.N <= 1) return;
     A = &a;
-    Reach = FindReach(a);
+    if (a.Z) Reach = FindReach(a);
     std::copy(a.E + 1, a.E + a.N, a.E);
     a.E[a.N - 1] = 0.0;
     NextEigenvalue(0);
@@ -279,6 +280,7 @@ void QlLane::EndSweep() {
 }
 
 void QlLane::Apply(const Rotations& rotations, int end) {
+    if (!A->Z) return;
     const int filled = (A->N + kRowStep - 1) / kRowStep * kRowStep;
     const double* c = reinterpret_cast<const double*>(rotations.C[First]) + Place;
     const double* s = reinterpret_cast<const double*>(rotations.S[First]) + Place;
