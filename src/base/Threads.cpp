@@ -93,8 +93,6 @@ class Threads::Team {
     std::vector<std::thread> threads_;
 };
 
-int UsableCores() { return std::max(1, static_cast<int>(std::thread::hardware_concurrency())); }
-
 #ifdef __EMSCRIPTEN__
 Threads::Threads(int) {}
 #else

@@ -1,3 +1,4 @@
+// What the system says of memory and cores, from files that stand for those of a machine.
 #include "base/MachineMemory.h"
 
 #include <filesystem>
@@ -5,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/MachineCores.h"
+#include "kiv/threads.h"
 #include "support/FolderTest.h"
 
 namespace kiv {
@@ -16,15 +19,24 @@ class MachineMemory : public FolderTest {
   protected:
     using Files = std::vector<std::pair<std::string, std::string>>;
 
-    // What a machine with these files has to spare.
-    static std::int64_t Available(const Files& files) {
+    static void MakeRoot(const Files& files) {
         std::filesystem::remove_all("root");
         for (const auto& [name, text] : files) {
             const std::filesystem::path path = "root/" + name;
             std::filesystem::create_directories(path.parent_path());
             WriteText(path, text);
         }
+    }
+
+    // What a machine with these files has to spare.
+    static std::int64_t Available(const Files& files) {
+        MakeRoot(files);
         return AvailableMemory("root");
+    }
+
+    static int Cores(const Files& files) {
+        MakeRoot(files);
+        return CoresOfGroups("root");
     }
 };
 
@@ -76,6 +88,35 @@ TEST_F(MachineMemory, IsWhatTheGroupsOfVersionOneLeave) {
     EXPECT_EQ(Available(files), 800);
     files.emplace_back(top + "pod/abc/memory.limit_in_bytes", "600\n");
     EXPECT_EQ(Available(files), 600);
+}
+
+TEST_F(MachineMemory, CoresAreTheSmallestShareOfTheGroups) {
+    const std::string top = "sys/fs/cgroup/";
+    const auto nested = [&](const std::string& inner, const std::string& outer) {
+        return Cores({{kGroups, "0::/a/b\n"},
+                      {top + "a/b/cpu.max", inner},
+                      {top + "a/cpu.max", outer},
+                      {top + "cpu/a/b/cpu.cfs_quota_us", "1\n"}});
+    };
+    EXPECT_EQ(nested("max 100000\n", "max 100000\n"), kAnyCores);
+    EXPECT_EQ(nested("max 100000\n", "150000 100000\n"), 2) << "one and a half";
+    EXPECT_EQ(nested("300000 100000\n", "800000 100000\n"), 3);
+    EXPECT_EQ(nested("5000 100000\n", ""), 1);
+    EXPECT_EQ(nested("", "100000\n"), kAnyCores) << "no period";
+    EXPECT_EQ(nested("100000 0\n", "-1 5\n"), kAnyCores);
+    EXPECT_EQ(Cores({}), kAnyCores);
+
+    Files one = {{kGroups, "4:cpu,cpuacct:/pod\n3:cpuset:/q\n0::/none\n"},
+                 {top + "cpu/cpu.cfs_quota_us", "-1\n"},
+                 {top + "cpu/cpu.cfs_period_us", "100000\n"},
+                 {top + "cpuset/q/cpu.cfs_quota_us", "1\n"}};
+    EXPECT_EQ(Cores(one), kAnyCores) << "version 1, no limit";
+    one.emplace_back(top + "cpu/pod/cpu.cfs_quota_us", "250000\n");
+    EXPECT_EQ(Cores(one), kAnyCores);
+    one.emplace_back(top + "cpu/pod/cpu.cfs_period_us", "50000\n");
+    EXPECT_EQ(Cores(one), 5);
+    EXPECT_GE(UsableCores(), 1);
+    EXPECT_LE(UsableCores(), CoresOfGroups());
 }
 
 }  // namespace

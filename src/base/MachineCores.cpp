@@ -1,0 +1,74 @@
+#include "base/MachineCores.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <thread>
+
+#ifdef __linux__
+#include <sched.h>
+#endif
+
+#include "base/ControlGroups.h"
+#include "kiv/threads.h"
+
+namespace kiv {
+namespace {
+
+// The first line of a file of the system; empty when there is none.
+std::string FirstLine(const std::string& name) {
+    SystemFile file(name);
+    char line[512];
+    return file.Line(line) ? line : "";
+}
+
+// Time that a group may use of each period: "quota period" in one file or in two. Without a limit
+// the quota is "max" or negative.
+int CoresOfGroup(const ControlGroup& group) {
+    const std::string times = group.version == 2
+                                  ? FirstLine(group.folder + "cpu.max")
+                                  : FirstLine(group.folder + "cpu.cfs_quota_us") + " " +
+                                        FirstLine(group.folder + "cpu.cfs_period_us");
+    long long quota = 0, period = 0;
+    if (std::sscanf(times.c_str(), "%lld %lld", &quota, &period) != 2) return kAnyCores;
+    if (quota <= 0 || period <= 0) return kAnyCores;
+    const long long cores = quota / period + (quota % period != 0 ? 1 : 0);
+    return static_cast<int>(std::min<long long>(cores, kAnyCores));
+}
+
+// Those that the process may run on, 0 when the system does not say.
+int CoresOfAffinity() {
+#ifdef __linux__
+    for (int room = CPU_SETSIZE; room <= 1 << 16; room *= 2) {  // larger machines need larger sets
+        cpu_set_t* const set = CPU_ALLOC(room);
+        if (!set) return 0;
+        const std::size_t size = CPU_ALLOC_SIZE(room);
+        const int cores = sched_getaffinity(0, size, set) == 0 ? CPU_COUNT_S(size, set) : 0;
+        CPU_FREE(set);
+        if (cores > 0) return cores;
+    }
+#endif
+    return 0;
+}
+
+}  // namespace
+
+int CoresOfGroups(const std::string& root) {
+    int cores = kAnyCores;
+    for (const ControlGroup& group : ControlGroupsOf("cpu", root)) {
+        cores = std::min(cores, CoresOfGroup(group));
+    }
+    return cores;
+}
+
+#ifdef __EMSCRIPTEN__
+int UsableCores() { return 1; }
+#else
+int UsableCores() {
+    const int affinity = CoresOfAffinity();
+    const int cores =
+        affinity > 0 ? affinity : static_cast<int>(std::thread::hardware_concurrency());
+    return std::max(1, std::min(cores, CoresOfGroups()));
+}
+#endif
+
+}  // namespace kiv
