@@ -188,8 +188,9 @@ Result<Request> Reader::Read(int argc, const char* const* argv) {
     } catch (const CLI::ParseError& error) {
         return WrongUse(TextOf(error));
     }
-    if (request_.threads < 0 || request_.threads > kMaxThreads) {
-        return WrongUse("-j takes a number of threads from 1 to " + std::to_string(kMaxThreads));
+    if (request_.threads && (*request_.threads < 1 || *request_.threads > kMaxThreads)) {
+        return WrongUse("-j takes a number of threads from 1 to " + std::to_string(kMaxThreads) +
+                        ", not " + std::to_string(*request_.threads));
     }
     const std::vector<CLI::App*> used = app_.get_subcommands();
     if (used.empty()) {

@@ -19,7 +19,11 @@ constexpr double kUsualTemperatures[] = {300.0, 225.0, 150.0, 75.0, 37.5, 18.75,
 class Export {
   public:
     explicit Export(const ExportTask& task)
-        : request_(task.request), terminal_(task.terminal), job_(task.job), outcome_(job_) {}
+        : request_(task.request),
+          terminal_(task.terminal),
+          job_(task.job),
+          work_(WorkspaceOf(task.request)),
+          outcome_(job_) {}
 
     int Lines(bool makes_cat);
     int Levels();

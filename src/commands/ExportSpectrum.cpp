@@ -36,7 +36,11 @@ std::string FromTo(double from, double to, EnergyUnit unit) {
 class SpectrumExport {
   public:
     explicit SpectrumExport(const ExportTask& task)
-        : request_(task.request), terminal_(task.terminal), job_(task.job), outcome_(job_) {}
+        : request_(task.request),
+          terminal_(task.terminal),
+          job_(task.job),
+          work_(WorkspaceOf(task.request)),
+          outcome_(job_) {}
 
     int Go();
 

@@ -52,7 +52,12 @@ Result<ReportFormat> FormatOf(const Request& request) {
 class ReportOfJob {
   public:
     ReportOfJob(const Request& request, ReportFormat format, Terminal& terminal, const Job& job)
-        : request_(request), format_(format), terminal_(terminal), job_(job), outcome_(job) {}
+        : request_(request),
+          format_(format),
+          terminal_(terminal),
+          job_(job),
+          work_(WorkspaceOf(request)),
+          outcome_(job) {}
 
     int Go();
 

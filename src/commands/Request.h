@@ -34,8 +34,8 @@ struct Request {
     bool verbose = false;
     bool json = false;
     bool no_color = false;
-    std::string folder;  // -C: of every name on the command line
-    int threads = 0;     // 0: as many as there are
+    std::string folder;          // -C: of every name on the command line
+    std::optional<int> threads;  // none: as many as there are cores
 
     // Options of some
     std::optional<std::string> base;      // run --out

@@ -19,7 +19,11 @@ namespace {
 class RunOfJob {
   public:
     RunOfJob(const Request& request, Terminal& terminal, const Job& job)
-        : request_(request), terminal_(terminal), job_(job), outcome_(job) {}
+        : request_(request),
+          terminal_(terminal),
+          job_(job),
+          work_(WorkspaceOf(request)),
+          outcome_(job) {}
 
     int Go();
 

@@ -20,6 +20,10 @@ void ShownProgress::Progress(Stage stage, int done, int all) {
                        " of " + std::to_string(all));
 }
 
+Workspace WorkspaceOf(const Request& request) {
+    return Workspace(Memory(), request.threads ? *request.threads : UsableCores());
+}
+
 void NoteRead(const Job& job, Terminal& terminal) {
     terminal.Note("read: " + job.file);
     if (job.lines && job.lines->is_there) terminal.Note("read: " + job.lines->file);

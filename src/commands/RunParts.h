@@ -4,6 +4,7 @@
 #include <chrono>
 #include <string>
 
+#include "commands/Request.h"
 #include "commands/RunOutcome.h"
 #include "commands/Terminal.h"
 #include "kiv/report.h"
@@ -32,6 +33,9 @@ class ShownProgress final : public Report {
     Clock::time_point next_;
     std::string cycle_;
 };
+
+/// A workspace with the threads of -j, by default one for each core.
+Workspace WorkspaceOf(const Request& request);
 
 /// Says which files were read, for -v.
 void NoteRead(const Job& job, Terminal& terminal);

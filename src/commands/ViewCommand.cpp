@@ -69,6 +69,7 @@ class View {
           options_(options),
           terminal_(terminal),
           job_(std::move(job)),
+          work_(WorkspaceOf(request)),
           outcome_(job_) {}
 
     int Go();
