@@ -18,6 +18,7 @@
 #include "kiv/model.h"
 #include "kiv/settings.h"
 #include "kiv/sink.h"
+#include "kiv/workspace.h"
 
 namespace kiv {
 
@@ -219,5 +220,18 @@ Result<SortedLines> WriteLineSet(Sink& sink, const LineSetHeader& header, LineLi
 /// Writes the text list, in ascending frequency. Without memory it is slower.
 void WriteLineList(Sink& sink, const LineSetHeader& header, const SortedLines& sorted,
                    const Levels& lower, const Memory& memory);
+
+/// Where the files of a list of lines go; null: not written.
+struct LineFiles {
+    Sink* line_set = nullptr;
+    Sink* line_list = nullptr;
+};
+
+/// Writes what WriteLineSet and WriteLineList write, the same bytes, and gives back the lines,
+/// sorted. The threads of `work` sort the columns, make the files in blocks and write both side by
+/// side: a sink is called by one thread at a time, not always the same one. With one thread this is
+/// one file after the other. NoMemory names the array; the files are then incomplete.
+Result<SortedLines> WriteLineFiles(const LineFiles& files, const LineSetHeader& header,
+                                   LineList lines, const LineSource& source, Workspace& work);
 
 }  // namespace kiv

@@ -106,16 +106,9 @@ Status RunOfJob::AddLines() {
     KIV_TRY(AddTables(csv, cat, egy));
     const LineSource source{calculation_.room.lower(), calculation_.room.upper(),
                             &calculation_.assignments};
-    LineList lines = std::move(calculation_.room.lines);
-    const Result<SortedLines> sorted =
-        binary
-            ? WriteLineSet(*binary, calculation_.header, std::move(lines), source, work_.memory())
-            : SortLines(std::move(lines), source.assignments, work_.memory());
-    if (!sorted) return sorted.error();
-    if (text) {
-        WriteLineList(*text, calculation_.header, sorted.value(), source.lower, work_.memory());
-    }
-    return {};
+    const Result<SortedLines> sorted = WriteLineFiles(
+        {binary, text}, calculation_.header, std::move(calculation_.room.lines), source, work_);
+    return sorted ? Status() : sorted.error();
 }
 
 std::string RunOfJob::LogText(const std::string& summary) const {

@@ -1,9 +1,15 @@
 // The text list of a line set, in ascending frequency.
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
+#include <span>
+#include <vector>
 
+#include "base/TextBuffer.h"
+#include "io/LineFileBlocks.h"
 #include "io/NumText.h"
 #include "kiv/files.h"
 
@@ -23,9 +29,9 @@ struct RowSource {
 };
 
 constexpr std::size_t kMaxRow = 6 * (kIntRoom + 1) + 5 * (kFixed4Room + 1) + 32;
-constexpr std::size_t kUsualRow = 78;                     // with an energy
-constexpr std::size_t kAhead = 8;                         // rows between a fetch and its use
-constexpr std::size_t kTextBlock = std::size_t{1} << 17;  // bytes a write
+constexpr std::size_t kUsualRow = 78;     // with an energy
+constexpr std::size_t kAhead = 8;         // rows between a fetch and its use
+constexpr std::size_t kBlockRows = 1600;  // a write
 
 // Texts that many lines have in common, by what they are made from. A place holds one text at a
 // time; the levels of a run all have places of their own.
@@ -157,21 +163,41 @@ class RowWriter {
     TextMemory<std::int32_t> energy_;  // of the lower levels
 };
 
-// From the last of `num` lines to the first: ascending frequency.
-void PutRows(Sink& sink, RowWriter& rows, std::size_t num) {
-    char block[kTextBlock];
-    char* const full = block + kTextBlock - kMaxRow;
-    char* end = block;
-    for (std::size_t n = num; n-- > 0;) {
-        if (n >= kAhead) rows.Fetch(n - kAhead);
-        end = rows.Put(end, n);
-        if (end >= full) {
-            sink.Put(block, static_cast<std::size_t>(end - block));
-            end = block;
-        }
+// Blocks of rows, from the last line to the first: ascending frequency.
+class LineListBlocks final : public BlockFile {
+  public:
+    LineListBlocks(Sink& sink, const RowSource& source, std::size_t num, std::size_t num_levels,
+                   const Memory& memory, int threads)
+        : BlockFile(sink), num_(num) {
+        for (int i = 0; i < threads; ++i) writers_.emplace_back(source, num_levels, memory);
     }
-    sink.Put(block, static_cast<std::size_t>(end - block));
-}
+
+    int blocks() const override { return static_cast<int>((num_ + kBlockRows - 1) / kBlockRows); }
+
+    std::span<const char> Make(int block, int thread) override {
+        auto& [rows, text] = writers_[static_cast<std::size_t>(thread)];
+        const std::size_t before = static_cast<std::size_t>(block) * kBlockRows;
+        const std::size_t last = num_ - before, first = last - std::min(last, kBlockRows);
+        text.Clear();
+        for (std::size_t n = last; n-- > first;) {
+            if (n >= kAhead) rows.Fetch(n - kAhead);
+            text.Add(rows.Put(text.Room(kMaxRow), n));
+        }
+        return text.text();
+    }
+
+  private:
+    struct Writer {
+        Writer(const RowSource& source, std::size_t num_levels, const Memory& memory)
+            : rows(source, num_levels, memory) {}
+
+        RowWriter rows;
+        TextBuffer text;
+    };
+
+    std::size_t num_;              // rows
+    std::vector<Writer> writers_;  // by thread
+};
 
 // The first line of the list, by whether it has a column of ground energies.
 constexpr char kIntensityHeading[] =
@@ -181,21 +207,29 @@ constexpr char kEnergyHeading[] =
 
 }  // namespace
 
-void WriteLineList(Sink& sink, const LineSetHeader& header, const SortedLines& sorted,
-                   const Levels& lower, const Memory& memory) {
-    const LineList& lines = sorted.lines;
+std::unique_ptr<BlockFile> CutLineList(Sink& sink, const LineSetHeader& header,
+                                       const LineList& lines, const Array<double>& observed,
+                                       const Levels& lower, const Memory& memory, int threads) {
     const bool has_energies = header.temperatures[0] <= 0.0;
     const RowSource source{
         lines.band.data(),      lines.label.data(),
-        lines.intensity.data(), sorted.observed.data(),
+        lines.intensity.data(), observed.data(),
         lines.position.data(),  has_energies ? lines.lower_level.data() : nullptr,
         lower.energy.data(),    header.wavenumbers};
     const auto num = static_cast<std::size_t>(lines.size);
     const char* const heading = has_energies ? kEnergyHeading : kIntensityHeading;
     sink.Expect(num * kUsualRow);
     sink.Put(heading, std::strlen(heading));
-    RowWriter rows(source, lower.size(), memory);
-    PutRows(sink, rows, num);
+    return std::make_unique<LineListBlocks>(sink, source, num, lower.size(), memory, threads);
+}
+
+void WriteLineList(Sink& sink, const LineSetHeader& header, const SortedLines& sorted,
+                   const Levels& lower, const Memory& memory) {
+    const std::unique_ptr<BlockFile> file =
+        CutLineList(sink, header, sorted.lines, sorted.observed, lower, memory, 1);
+    BlockFile* const files[] = {file.get()};
+    Threads alone;
+    WriteBlocks(files, alone);
 }
 
 }  // namespace kiv

@@ -3,13 +3,15 @@
 #include <array>
 #include <cstddef>
 #include <cstring>
+#include <memory>
+#include <span>
 #include <string>
 #include <utility>
+#include <vector>
 
-#include "base/ArrayName.h"
-#include "base/Failure.h"
+#include "io/LineFileBlocks.h"
+#include "io/LineSorter.h"
 #include "kiv/files.h"
-#include "linalg/Sort.h"
 #include "lines/LineDerivatives.h"
 
 namespace kiv {
@@ -103,121 +105,44 @@ std::string Label(const std::string& name) {
     return name + std::string(kWidth - std::min(name.size(), kWidth), ' ');
 }
 
-// Calls place(line, assignment) for every assignment that has a calculated line.
-template <class Place>
-void ForEachMatch(const LineList& lines, const Assignments* assignments, Place place) {
-    if (!assignments) return;
-    for (std::size_t k = 0; k < static_cast<std::size_t>(lines.matched); ++k) {
-        const std::int32_t line = lines.match_line[k], assignment = lines.match_assignment[k];
-        if (line < 0 || line >= lines.size) continue;
-        if (assignment < 0 || assignment >= assignments->size) continue;
-        place(static_cast<std::size_t>(line), static_cast<std::size_t>(assignment));
-    }
-}
-
-// Brings the arrays of a list into the order of the files, one after another.
-class LineSorter {
+// Where the sections of a line set go, in their order.
+class SectionTaker {
   public:
-    LineSorter(LineList lines, const Assignments* assignments, const Memory& memory)
-        : assignments_(assignments), memory_(memory), num_(static_cast<std::size_t>(lines.size)) {
-        sorted_.lines = std::move(lines);
-    }
-
-    const LineList& lines() const { return sorted_.lines; }
-    const Array<double>& observed() const { return sorted_.observed; }
-    std::size_t num() const { return num_; }
-
-    Status Positions() {
-        Array<double>& position = sorted_.lines.position;
-        if (!index_.Take(memory_, lines().size)) return NoMemory(array_name::kSortIndex);
-        SortIndex(position.Part(0, num_), index_.Part(0, num_), memory_);
-        return Sort(position, array_name::kSortedDoubles);
-    }
-
-    // Makes the column of observed frequencies.
-    Status Observed() {
-        Array<double>& column = sorted_.observed;
-        if (!column.Take(memory_, lines().size)) return NoMemory(array_name::kObservedColumn);
-        ForEachMatch(lines(), assignments_, [&](std::size_t line, std::size_t assignment) {
-            column[line] = assignments_->frequency[assignment];
-        });
-        if (lines().matched == 0) return {};
-        return Sort(column, array_name::kSortedDoubles);
-    }
-
-    // Makes the column of their uncertainties.
-    Status Uncertainties(Array<float>& column) {
-        if (!column.Take(memory_, lines().size)) return NoMemory(array_name::kUncertaintyColumn);
-        ForEachMatch(lines(), assignments_, [&](std::size_t line, std::size_t assignment) {
-            column[line] = static_cast<float>(assignments_->uncertainty[assignment]);
-        });
-        if (lines().matched == 0) return {};
-        return Sort(column, array_name::kSortedFloats);
-    }
-
-    Status Intensities() { return Sort(sorted_.lines.intensity, array_name::kSortedFloats); }
-
-    Status Amplitudes() {
-        KIV_TRY(Sort<3>(sorted_.lines.amplitude_real, array_name::kSortedFloats));
-        return Sort<3>(sorted_.lines.amplitude_imag, array_name::kSortedFloats);
-    }
-
-    Status Bands() { return Sort(sorted_.lines.band, array_name::kSortedChars); }
-
-    Status Labels() { return Sort<6>(sorted_.lines.label, array_name::kSortedShorts); }
-
-    Status LowerLevels() { return Sort(sorted_.lines.lower_level, array_name::kSortedLongs); }
-
-    Status UpperLevels() { return Sort(sorted_.lines.upper_level, array_name::kSortedLongs); }
-
-    SortedLines Take() && { return std::move(sorted_); }
-
-  private:
-    template <std::size_t Width = 1, class T>
-    Status Sort(Array<T>& array, const char* copy) {
-        if (array.is_null()) return {};
-        const bool sorted = Permute<Width>(index_.Part(0, num_), Direction::Descending,
-                                           array.Part(0, num_ * Width), memory_);
-        return sorted ? Status() : NoMemory(copy);
-    }
-
-    SortedLines sorted_;
-    const Assignments* assignments_;
-    const Memory& memory_;
-    std::size_t num_;            // lines
-    Array<std::int32_t> index_;  // ascending order of the frequencies
+    virtual ~SectionTaker() = default;
+    virtual void Put(const void* data, std::size_t bytes) = 0;
+    /// The derivatives of all lines, which are nowhere kept.
+    virtual void PutDerivatives() = 0;
 };
 
-// Writes the sections of a line set, each when it has been sorted.
-class LineSetWriter {
+// Tells the sections of a line set, each when it has been sorted.
+class LineSetSections {
   public:
-    LineSetWriter(Sink& sink, const LineSetHeader& header, LineSorter& sorter,
-                  const LineSource& source)
-        : sink_(sink),
-          header_(header),
+    using Column = LineSorter::Column;
+
+    LineSetSections(const LineSetHeader& header, LineSorter& sorter, const LineSource& source)
+        : header_(header),
           sorter_(sorter),
           source_(source),
           derivatives_(static_cast<std::size_t>(source.lower.num_derivatives +
-                                                source.upper.num_derivatives)) {}
+                                                source.upper.num_derivatives)),
+          head_(MakeHeader()),
+          zeros_(NumFitted() * sizeof(double), '\0') {}
 
-    Status Write() {
-        PutHeader();
-        KIV_TRY(sorter_.Positions());
-        PutLines(sorter_.lines().position);
-        KIV_TRY(sorter_.Observed());
-        PutLines(sorter_.observed());
-        KIV_TRY(PutUncertainties());
-        KIV_TRY(sorter_.Intensities());
-        PutLines(sorter_.lines().intensity);
-        KIV_TRY(PutAmplitudes());
-        KIV_TRY(sorter_.Bands());
-        PutLines(sorter_.lines().band);
-        KIV_TRY(sorter_.Labels());
-        PutLines(sorter_.lines().label, 6);
-        PutDerivatives();
-        KIV_TRY(PutEnergies());
-        PutCovariance();
-        return {};
+    // What is passed on stays as long as this, unless `passes` tells that it was written at once.
+    Status Tell(SectionTaker& taker, bool passes);
+
+    // Bytes of the file, the covariance apart.
+    std::size_t Size() const { return kHeaderSize + BodySize(); }
+
+    std::size_t num() const { return sorter_.num(); }
+    std::size_t derivatives() const { return derivatives_; }  // a line
+
+    // Derivatives of `count` lines from `first` on.
+    void FillDerivatives(std::size_t first, std::size_t count, double* out) const {
+        const std::int16_t* label = &sorter_.lines().label[6 * first];
+        for (std::size_t i = 0; i < count; ++i, label += 6, out += derivatives_) {
+            LineDerivatives(source_.lower, source_.upper, label, out);
+        }
     }
 
   private:
@@ -286,11 +211,6 @@ class LineSetWriter {
         return bytes;
     }
 
-    void PutHeader() {
-        sink_.Expect(kHeaderSize + BodySize());
-        sink_.Put(MakeHeader().data(), kHeaderSize);
-    }
-
     // Bytes behind the header, the covariance apart.
     std::size_t BodySize() const {
         const std::size_t parts = source_.lower.is_complex ? 2 : 1;
@@ -302,73 +222,161 @@ class LineSetWriter {
 
     // `width` numbers a line.
     template <class T>
-    void PutLines(const Array<T>& array, std::size_t width = 1) {
+    void PutLines(SectionTaker& taker, const Array<T>& array, std::size_t width = 1) const {
         const std::size_t num = sorter_.num() * width;
-        if (num > 0) sink_.Put(array.data(), num * sizeof(T));
+        if (num > 0) taker.Put(array.data(), num * sizeof(T));
     }
 
-    Status PutUncertainties() {
-        Array<float> column;
-        KIV_TRY(sorter_.Uncertainties(column));
-        PutLines(column);
-        return {};
-    }
+    Status PutAmplitudes(SectionTaker& taker);
+    Status PutEnergies(SectionTaker& taker);
+    void PutStateEnergies(SectionTaker& taker, const Levels& levels,
+                          const Array<std::int32_t>& level) const;
+    void PutCovariance(SectionTaker& taker) const;
 
-    // Sorted whether they are written or not, so that the list stays one table.
-    Status PutAmplitudes() {
-        KIV_TRY(sorter_.Amplitudes());
-        if (!HasAmplitudes()) return {};
-        PutLines(sorter_.lines().amplitude_real, 3);
-        if (source_.lower.is_complex) PutLines(sorter_.lines().amplitude_imag, 3);
-        return {};
-    }
-
-    void PutDerivatives() {
-        constexpr std::size_t kBlock = std::size_t{1} << 14;  // doubles for one write
-        if (derivatives_ == 0) return;
-        double block[kBlock];
-        const std::size_t room = kBlock / derivatives_;
-        const std::int16_t* label = sorter_.lines().label.data();
-        for (std::size_t first = 0; first < sorter_.num(); first += room) {
-            const std::size_t count = std::min(room, sorter_.num() - first);
-            for (std::size_t i = 0; i < count; ++i, label += 6) {
-                LineDerivatives(source_.lower, source_.upper, label, block + i * derivatives_);
-            }
-            sink_.Put(block, count * derivatives_ * sizeof(double));
-        }
-    }
-
-    void PutStateEnergies(const Levels& levels, const Array<std::int32_t>& level) {
-        sink_.Put(levels.energy.data(), levels.size() * sizeof(double));
-        PutLines(level);
-    }
-
-    Status PutEnergies() {
-        KIV_TRY(sorter_.LowerLevels());
-        if (HasEnergies()) PutStateEnergies(source_.lower, sorter_.lines().lower_level);
-        KIV_TRY(sorter_.UpperLevels());
-        if (!HasEnergies() || !IsOneState()) return {};
-        PutStateEnergies(source_.upper, sorter_.lines().upper_level);
-        return {};
-    }
-
-    // Rows and columns 1..P; zeros where no fit left a matrix of that size.
-    void PutCovariance() {
-        const std::size_t num = NumFitted();
-        const Table<double>* const matrix = header_.covariance;
-        const bool whole = matrix && matrix->rows() > num && matrix->cols() > num;
-        const std::string zeros(num * sizeof(double), '\0');
-        for (std::size_t row = 1; row <= num; ++row) {
-            sink_.Put(whole ? static_cast<const void*>(&(*matrix)(row, 1)) : zeros.data(),
-                      zeros.size());
-        }
-    }
-
-    Sink& sink_;
     const LineSetHeader& header_;
     LineSorter& sorter_;
-    const LineSource& source_;
-    std::size_t derivatives_;  // a line
+    const LineSource source_;
+    std::size_t derivatives_;
+    HeaderBytes head_;
+    std::string zeros_;  // a row of the covariance
+};
+
+Status LineSetSections::Tell(SectionTaker& taker, bool passes) {
+    taker.Put(head_.data(), kHeaderSize);
+    KIV_TRY(sorter_.Sort(Column::Positions));
+    PutLines(taker, sorter_.lines().position);
+    KIV_TRY(sorter_.Sort(Column::Observed));
+    PutLines(taker, sorter_.observed());
+    KIV_TRY(sorter_.Sort(Column::Uncertainties));
+    PutLines(taker, sorter_.uncertainties());
+    if (passes) sorter_.DropUncertainties();
+    KIV_TRY(sorter_.Sort(Column::Intensities));
+    PutLines(taker, sorter_.lines().intensity);
+    KIV_TRY(PutAmplitudes(taker));
+    KIV_TRY(sorter_.Sort(Column::Bands));
+    PutLines(taker, sorter_.lines().band);
+    KIV_TRY(sorter_.Sort(Column::Labels));
+    PutLines(taker, sorter_.lines().label, 6);
+    if (derivatives_ > 0) taker.PutDerivatives();
+    KIV_TRY(PutEnergies(taker));
+    PutCovariance(taker);
+    return {};
+}
+
+// Sorted whether they are written or not, so that the list stays one table.
+Status LineSetSections::PutAmplitudes(SectionTaker& taker) {
+    KIV_TRY(sorter_.Sort(Column::Amplitudes));
+    if (!HasAmplitudes()) return {};
+    PutLines(taker, sorter_.lines().amplitude_real, 3);
+    if (source_.lower.is_complex) PutLines(taker, sorter_.lines().amplitude_imag, 3);
+    return {};
+}
+
+void LineSetSections::PutStateEnergies(SectionTaker& taker, const Levels& levels,
+                                       const Array<std::int32_t>& level) const {
+    taker.Put(levels.energy.data(), levels.size() * sizeof(double));
+    PutLines(taker, level);
+}
+
+Status LineSetSections::PutEnergies(SectionTaker& taker) {
+    KIV_TRY(sorter_.Sort(Column::LowerLevels));
+    if (HasEnergies()) PutStateEnergies(taker, source_.lower, sorter_.lines().lower_level);
+    KIV_TRY(sorter_.Sort(Column::UpperLevels));
+    if (!HasEnergies() || !IsOneState()) return {};
+    PutStateEnergies(taker, source_.upper, sorter_.lines().upper_level);
+    return {};
+}
+
+// Rows and columns 1..P; zeros where no fit left a matrix of that size.
+void LineSetSections::PutCovariance(SectionTaker& taker) const {
+    const std::size_t num = NumFitted();
+    const Table<double>* const matrix = header_.covariance;
+    const bool whole = matrix && matrix->rows() > num && matrix->cols() > num;
+    for (std::size_t row = 1; row <= num; ++row) {
+        taker.Put(whole ? static_cast<const void*>(&(*matrix)(row, 1)) : zeros_.data(),
+                  zeros_.size());
+    }
+}
+
+constexpr std::size_t kBlock = std::size_t{1} << 17;  // bytes a write
+
+// Lines whose derivatives fit into a block.
+std::size_t LinesOfBlock(const LineSetSections& sections) {
+    return std::max<std::size_t>(1, kBlock / (sections.derivatives() * sizeof(double)));
+}
+
+// Writes each section as soon as it is there.
+class SectionWriter final : public SectionTaker {
+  public:
+    SectionWriter(Sink& sink, const LineSetSections& sections) : sink_(sink), from_(sections) {}
+
+    void Put(const void* data, std::size_t bytes) override { sink_.Put(data, bytes); }
+
+    void PutDerivatives() override {
+        const std::size_t room = LinesOfBlock(from_);
+        std::vector<double> block(room * from_.derivatives());
+        for (std::size_t first = 0; first < from_.num(); first += room) {
+            const std::size_t count = std::min(room, from_.num() - first);
+            from_.FillDerivatives(first, count, block.data());
+            sink_.Put(block.data(), count * from_.derivatives() * sizeof(double));
+        }
+    }
+
+  private:
+    Sink& sink_;
+    const LineSetSections& from_;
+};
+
+// The sections cut into blocks, to be written side by side with another file.
+class LineSetBlocks final : public BlockFile, private SectionTaker {
+  public:
+    LineSetBlocks(Sink& sink, const LineSetHeader& header, LineSorter& sorter,
+                  const LineSource& source, int threads)
+        : BlockFile(sink),
+          sections_(header, sorter, source),
+          made_(static_cast<std::size_t>(threads)) {}
+
+    Status Prepare() {
+        KIV_TRY(sections_.Tell(*this, false));
+        sink().Expect(sections_.Size());
+        return {};
+    }
+
+    int blocks() const override { return static_cast<int>(blocks_.size()); }
+
+    std::span<const char> Make(int block, int thread) override {
+        const Block& of = blocks_[static_cast<std::size_t>(block)];
+        if (of.data) return {of.data, of.size};
+        std::vector<double>& made = made_[static_cast<std::size_t>(thread)];
+        made.resize(of.size * sections_.derivatives());
+        sections_.FillDerivatives(of.first, of.size, made.data());
+        return {reinterpret_cast<const char*>(made.data()), made.size() * sizeof(double)};
+    }
+
+  private:
+    struct Block {
+        const char* data = nullptr;  // null: derivatives, to be made
+        std::size_t size = 0;        // bytes, or lines
+        std::size_t first = 0;       // line
+    };
+
+    void Put(const void* data, std::size_t bytes) override {
+        const char* const from = static_cast<const char*>(data);
+        for (std::size_t first = 0; first < bytes; first += kBlock) {
+            blocks_.push_back({from + first, std::min(kBlock, bytes - first)});
+        }
+    }
+
+    void PutDerivatives() override {
+        const std::size_t room = LinesOfBlock(sections_);
+        for (std::size_t first = 0; first < sections_.num(); first += room) {
+            blocks_.push_back({nullptr, std::min(room, sections_.num() - first), first});
+        }
+    }
+
+    LineSetSections sections_;
+    std::vector<Block> blocks_;
+    std::vector<std::vector<double>> made_;  // by thread
 };
 
 }  // namespace
@@ -399,22 +407,22 @@ LineSetHeader HeaderOf(const InputFile& file, const Model& model, const LineList
     return header;
 }
 
-Result<SortedLines> SortLines(LineList lines, const Assignments* assignments,
-                              const Memory& memory) {
-    LineSorter sorter(std::move(lines), assignments, memory);
-    for (auto part : {&LineSorter::Positions, &LineSorter::Observed, &LineSorter::Intensities,
-                      &LineSorter::Amplitudes, &LineSorter::Bands, &LineSorter::Labels,
-                      &LineSorter::LowerLevels, &LineSorter::UpperLevels}) {
-        KIV_TRY((sorter.*part)());
-    }
-    return std::move(sorter).Take();
-}
-
 Result<SortedLines> WriteLineSet(Sink& sink, const LineSetHeader& header, LineList lines,
                                  const LineSource& source, const Memory& memory) {
     LineSorter sorter(std::move(lines), source.assignments, memory);
-    KIV_TRY(LineSetWriter(sink, header, sorter, source).Write());
+    LineSetSections sections(header, sorter, source);
+    sink.Expect(sections.Size());
+    SectionWriter writer(sink, sections);
+    KIV_TRY(sections.Tell(writer, true));
     return std::move(sorter).Take();
+}
+
+Result<std::unique_ptr<BlockFile>> CutLineSet(Sink& sink, const LineSetHeader& header,
+                                              LineSorter& sorter, const LineSource& source,
+                                              int threads) {
+    auto blocks = std::make_unique<LineSetBlocks>(sink, header, sorter, source, threads);
+    KIV_TRY(blocks->Prepare());
+    return std::unique_ptr<BlockFile>(std::move(blocks));
 }
 
 }  // namespace kiv
