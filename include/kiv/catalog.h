@@ -110,9 +110,10 @@ enum class CatalogOrder : std::uint8_t {
 /// Lines without strength are left out.
 class Catalog {
   public:
-    /// `resolution` is a step of printed frequencies. NoMemory.
+    /// `resolution` is a step of printed frequencies. The threads of `work` share the sort.
+    /// NoMemory.
     static Result<Catalog> From(const CatalogSource& source, CatalogOrder order, double resolution,
-                                const Memory& memory);
+                                Workspace& work);
 
     std::int32_t size() const { return size_; }
 

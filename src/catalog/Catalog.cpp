@@ -46,7 +46,8 @@ void SortTies(const LineList& lines, std::span<const std::int32_t> kept,
 // Lines whose strength is 0 are those that a fit needs or that a search was told to keep, and those
 // below the range of single precision.
 Result<Catalog> Catalog::From(const CatalogSource& source, CatalogOrder order, double resolution,
-                              const Memory& memory) {
+                              Workspace& work) {
+    const Memory& memory = work.memory();
     Catalog catalog(source);
     const LineList& lines = *source.lines;
     Array<double> position;
@@ -65,7 +66,7 @@ Result<Catalog> Catalog::From(const CatalogSource& source, CatalogOrder order, d
         kept[num++] = line;
     }
     const std::span<std::int32_t> sorted = catalog.order_.Part(0, num);
-    SortIndex(position.Part(0, num), sorted, memory);
+    SortIndex(position.Part(0, num), sorted, memory, &work.threads());
     const auto at = [&](std::int32_t k) { return position[static_cast<std::size_t>(k)]; };
     const auto are_equal = [&](std::int32_t a, std::int32_t b) {
         if (order == CatalogOrder::Calculated) return at(a) == at(b);

@@ -201,7 +201,7 @@ Result<std::int32_t> LineProducts::VisitLines(
     CatalogOrder order, const std::function<std::int32_t(const LineTable&)>& visit) {
     const bool in_wavenumbers = !HasRoomInMHz(lines(), MHz());
     const double unit = in_wavenumbers ? MHz() / kMHzPerWavenumber : MHz();
-    const Result<Catalog> catalog = Catalog::From(source_, order, kCatStep / unit, work_.memory());
+    const Result<Catalog> catalog = Catalog::From(source_, order, kCatStep / unit, work_);
     if (!catalog) return catalog.error();
     const AbsoluteIntensity absolute(temperature_ * PerKelvin(job_.input.unit), Q_, MHz());
     LineTable table{catalog.value(), absolute};
@@ -221,13 +221,15 @@ Result<std::int32_t> LineProducts::VisitLines(
 }
 
 Result<std::int32_t> LineProducts::WriteCsv(Sink& sink) {
-    return VisitLines(CatalogOrder::Calculated,
-                      [&](const LineTable& table) { return WriteCsvLines(sink, table); });
+    return VisitLines(CatalogOrder::Calculated, [&](const LineTable& table) {
+        return WriteCsvLines(sink, table, &work_.threads());
+    });
 }
 
 Result<std::int32_t> LineProducts::WriteCat(Sink& sink) {
-    return VisitLines(CatalogOrder::Printed,
-                      [&](const LineTable& table) { return WriteCatLines(sink, table); });
+    return VisitLines(CatalogOrder::Printed, [&](const LineTable& table) {
+        return WriteCatLines(sink, table, &work_.threads());
+    });
 }
 
 void LineProducts::WriteEgy(Sink& sink) {

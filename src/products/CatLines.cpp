@@ -4,14 +4,14 @@
 #include <utility>
 
 #include "io/NumText.h"
+#include "products/CatalogBlocks.h"
 #include "products/Fields.h"
 #include "products/LineTexts.h"
 
 namespace kiv {
 namespace {
 
-constexpr std::int32_t kAhead = 12;          // rows between a fetch and its use
-constexpr double kMostMHz = 99999999.99995;  // that F13.4 holds
+constexpr double kMostMHz = 99999999.99995;                            // that F13.4 holds
 constexpr double kMostError = 999.9999, kMostNegativeError = 99.9999;  // that F8.4 holds
 constexpr double kLeastNegativeError = 1e-4;
 constexpr double kLeastLg = -99.9999;
@@ -34,7 +34,11 @@ class CatWriter {
         PutInt(end, table.two_states ? 1404 : 303, 4);
     }
 
-    char* Put(char* out, CatalogLine line) {
+    bool Accepts(const CatalogLine& line) const {
+        return !(line.lg < table_.min_lgint) && std::isfinite(line.lg);
+    }
+
+    char* Put(char* out, const CatalogLine& line) {
         LevelText& upper =
             Known(upper_, line.upper_level, table_.v_upper, line.upper, line.upper_energy);
         LevelText& lower =
@@ -103,21 +107,9 @@ bool HasRoomInMHz(const LineList& lines, double MHz) {
                         [&](double x) { return std::fabs(x) * MHz >= kMostMHz; });
 }
 
-std::int32_t WriteCatLines(Sink& sink, const LineTable& table) {
-    const Catalog& catalog = table.catalog;
-    sink.Expect(static_cast<std::size_t>(catalog.size()) * kRow);
-    CatWriter writer(table);
-    RowBlock rows(sink);
-    std::int32_t written = 0;
-    for (std::int32_t i = 0; i < catalog.size(); ++i) {
-        if (i + kAhead < catalog.size()) catalog.Fetch(i + kAhead);
-        const CatalogLine line = catalog.Line(i, table.absolute);
-        if (line.lg < table.min_lgint || !std::isfinite(line.lg)) continue;
-        rows.Add(writer.Put(rows.next(), line));
-        ++written;
-    }
-    rows.Flush();
-    return written;
+std::int32_t WriteCatLines(Sink& sink, const LineTable& table, Threads* threads) {
+    sink.Expect(static_cast<std::size_t>(table.catalog.size()) * kRow);
+    return WriteCatalog<CatWriter>(sink, table, threads);
 }
 
 }  // namespace kiv

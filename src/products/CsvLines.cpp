@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "products/CatalogBlocks.h"
 #include "products/Fields.h"
 #include "products/LineTexts.h"
 
@@ -13,7 +14,6 @@ constexpr std::string_view kHeader =
     "J_up,Ka_up,Kc_up,J_lo,Ka_lo,Kc_lo,frequency,uncertainty,strength,intensity,lgint,E_lo,E_up,"
     "g_up,band,observed,obs_uncertainty,obs_minus_calc\n";
 
-constexpr std::int32_t kAhead = 12;      // rows between a fetch and its use
 constexpr double kNoUncertainty = 1e19;  // larger ones stand for none
 constexpr std::size_t kUsualRow = 110;   // characters
 
@@ -53,6 +53,8 @@ class CsvWriter {
         : table_(table),
           lower_(table.catalog.source().lower->size()),
           upper_(table.catalog.source().upper->size()) {}
+
+    bool Accepts(const CatalogLine& line) const { return !(line.lg < table_.min_lgint); }
 
     char* Put(char* out, const CatalogLine& line) {
         const LevelText& upper = Known(upper_[static_cast<std::size_t>(line.upper_level)],
@@ -114,22 +116,10 @@ class CsvWriter {
 
 }  // namespace
 
-std::int32_t WriteCsvLines(Sink& sink, const LineTable& table) {
-    const Catalog& catalog = table.catalog;
-    sink.Expect(static_cast<std::size_t>(catalog.size()) * kUsualRow);
+std::int32_t WriteCsvLines(Sink& sink, const LineTable& table, Threads* threads) {
+    sink.Expect(static_cast<std::size_t>(table.catalog.size()) * kUsualRow);
     sink.Put(kHeader.data(), kHeader.size());
-    CsvWriter writer(table);
-    RowBlock rows(sink);
-    std::int32_t written = 0;
-    for (std::int32_t i = 0; i < catalog.size(); ++i) {
-        if (i + kAhead < catalog.size()) catalog.Fetch(i + kAhead);
-        const CatalogLine line = catalog.Line(i, table.absolute);
-        if (line.lg < table.min_lgint) continue;
-        rows.Add(writer.Put(rows.next(), line));
-        ++written;
-    }
-    rows.Flush();
-    return written;
+    return WriteCatalog<CsvWriter>(sink, table, threads);
 }
 
 }  // namespace kiv

@@ -10,6 +10,7 @@
 #include "kiv/catalog.h"
 #include "kiv/feature_fit.h"
 #include "kiv/sink.h"
+#include "kiv/threads.h"
 
 namespace kiv {
 
@@ -40,8 +41,8 @@ inline constexpr double kCatStep = 1e-4;
 
 /// Writes a header and a row for each line, separated by commas. Numbers are such that they read
 /// back as they are (lgint is rounded to 1e-7); fields without a value are empty. Returns the
-/// number of lines.
-std::int32_t WriteCsvLines(Sink& sink, const LineTable& table);
+/// number of lines. Threads, null for none, make the rows of many lines; the bytes are the same.
+std::int32_t WriteCsvLines(Sink& sink, const LineTable& table, Threads* threads = nullptr);
 
 /// Writes a row of fixed columns for each line: F13.4 frequency, F8.4 uncertainty, F8.4 lgint, I2
 /// 3, F10.4 lower energy in cm-1, I3 weight w (2J' + 1), I7 tag, I4 303 or, with state numbers,
@@ -49,8 +50,8 @@ std::int32_t WriteCsvLines(Sink& sink, const LineTable& table);
 ///
 /// Frequency and uncertainty are in MHz, or in cm-1 with the uncertainty negative (not above
 /// -0.0001). The upper level is that of higher energy. Lines of no intensity at the temperature are
-/// left out. Returns the number of lines.
-std::int32_t WriteCatLines(Sink& sink, const LineTable& table);
+/// left out. Returns the number of lines; threads as for WriteCsvLines.
+std::int32_t WriteCatLines(Sink& sink, const LineTable& table, Threads* threads = nullptr);
 
 /// Largest quantum number that WriteCatLines has a text for.
 inline constexpr int kMostCatQuantum = 359;

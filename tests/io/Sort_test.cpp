@@ -32,6 +32,12 @@ void ExpectStable(const std::vector<Key>& keys) {
         SortIndex(std::span(keys), order, memory);
         EXPECT_EQ(order, expected) << keys.size() << " with " << granted;
     }
+    if (keys.size() < kShortRange) return;
+    for (int num : {1, 2, 3, 7}) {
+        Threads threads(num);
+        SortIndex(std::span(keys), order, Memory(), &threads);
+        EXPECT_TRUE(order == expected) << keys.size() << " on " << num;
+    }
 }
 
 TEST(SortIndex, AgreesWithAStableSort) {
@@ -60,6 +66,26 @@ TEST(SortIndex, AgreesWithAStableSort) {
         std::sort(lines.begin(), lines.end());
         EXPECT_EQ(lines, Counted(n)) << "keys that are not numbers lose no line";
     }
+}
+
+// Keys that agree in more high bits than are sorted at first, apart from their lowest ones; many
+// that are equal; all in one bucket but for one.
+TEST(SortIndexOnThreads, AgreesWithAStableSort) {
+    std::mt19937_64 random(2);
+    const std::size_t n = 3 * kShortRange;
+    std::vector<std::vector<double>> sets(4, std::vector<double>(n));
+    for (std::size_t i = 0; i < n; ++i) {
+        sets[0][i] = std::uniform_real_distribution(-1e7, 1e7)(random);
+        sets[1][i] = std::bit_cast<double>(std::bit_cast<std::uint64_t>(1e6) + random() % 5);
+        sets[2][i] = static_cast<double>(random() % 100);
+        sets[3][i] = std::bit_cast<double>(std::bit_cast<std::uint64_t>(1e6) + random() % 5);
+    }
+    sets[1][n / 2] = -sets[1][n / 2];
+    sets[3][n - 1] = 0.0;
+    for (const auto& keys : sets) ExpectStable(keys);
+    std::vector<std::uint64_t> whole(n);
+    for (std::uint64_t& key : whole) key = random() % 3 + (random() % 2 << 63);
+    ExpectStable(whole);
 }
 
 }  // namespace
