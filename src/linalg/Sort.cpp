@@ -40,8 +40,8 @@ struct Packing {
 
     Packing() = default;
     Packing(std::uint64_t smallest, std::uint64_t largest, std::size_t lines) : least(smallest) {
-        const int bits = std::bit_width(largest - smallest);
-        line_bits = std::bit_width(lines);
+        const auto bits = static_cast<int>(std::bit_width(largest - smallest));
+        line_bits = static_cast<int>(std::bit_width(lines));
         dropped_bits = std::max(0, bits + line_bits - kWordBits);
         key_bits = bits - dropped_bits;
     }
