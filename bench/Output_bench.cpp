@@ -17,17 +17,21 @@ std::span<const double> Positions(const LineList& lines) {
     return lines.position.Part(0, static_cast<std::size_t>(lines.size));
 }
 
-void SortKiv(benchmark::State& state, int max_J) {
+void Sort(benchmark::State& state, int max_J, int num_threads) {
     BenchPass pass(BenchRotor(max_J));
     pass.Run();
+    Threads threads(num_threads);
     const std::span<const double> key = Positions(pass.room().lines);
     std::vector<std::int32_t> index(key.size());
     for (auto _ : state) {
-        SortIndex(key, index, pass.work().memory());
+        SortIndex(key, index, pass.work().memory(), &threads);
         benchmark::DoNotOptimize(index.data());
     }
     state.counters["items"] = static_cast<double>(key.size());
 }
+
+void SortKiv(benchmark::State& state, int max_J) { Sort(state, max_J, 1); }
+void SortOnTwo(benchmark::State& state, int max_J) { Sort(state, max_J, 2); }
 
 void SortStd(benchmark::State& state, int max_J) {
     BenchPass pass(BenchRotor(max_J));
@@ -129,6 +133,10 @@ void WholeLineSet(benchmark::State& state, int max_J) {
 }  // namespace
 
 void AddOutputRows() {
+    for (int max_J : {60, 100, 150}) {
+        AddRow("sort lines, two threads", "kiv", max_J, SortOnTwo);
+        AddRow("sort lines, two threads", "one thread", max_J, SortKiv);
+    }
     for (int max_J : {35, 100}) {
         AddRow("sort lines", "kiv", max_J, SortKiv);
         AddRow("sort lines", "std::stable_sort", max_J, SortStd);

@@ -24,7 +24,10 @@ void Pass(benchmark::State& state, const BenchRun& run) {
 
 const Words kFile{kInputName}, kRun{"run", kInputName}, kCheck{"check", kInputName},
     kVersion{"--version"}, kCat{"export", "cat", kInputName, "-o", "bench_run.cat"},
-    kCsv{"export", "csv", kInputName, "-o", "bench_run.csv"};
+    kCsv{"export", "csv", kInputName, "-o", "bench_run.csv"},
+    kRunOnOne{"run", kInputName, "-j", "1"}, kRunOnTwo{"run", kInputName, "-j", "2"},
+    kCatOnOne{"export", "cat", kInputName, "-o", "bench_run.cat", "-j", "1"},
+    kCatOnTwo{"export", "cat", kInputName, "-o", "bench_run.cat", "-j", "2"};
 
 void WriteInput(const BenchRun& run) {
     InputFile file;
@@ -76,6 +79,10 @@ void TwoStateProcess(benchmark::State& state, int max_J) {
 }
 
 void RunCommand(benchmark::State& state, int max_J) { Process(state, BenchRotor(max_J), kRun); }
+void RunOnOne(benchmark::State& state, int max_J) { Process(state, BenchRotor(max_J), kRunOnOne); }
+void RunOnTwo(benchmark::State& state, int max_J) { Process(state, BenchRotor(max_J), kRunOnTwo); }
+void CatOnOne(benchmark::State& state, int max_J) { Process(state, BenchRotor(max_J), kCatOnOne); }
+void CatOnTwo(benchmark::State& state, int max_J) { Process(state, BenchRotor(max_J), kCatOnTwo); }
 void CheckCommand(benchmark::State& state, int max_J) { Process(state, BenchRotor(max_J), kCheck); }
 void ExportCat(benchmark::State& state, int max_J) { Process(state, BenchRotor(max_J), kCat); }
 void ExportCsv(benchmark::State& state, int max_J) { Process(state, BenchRotor(max_J), kCsv); }
@@ -136,6 +143,13 @@ void AddRunRows() {
         AddRow("whole process of kiv export csv", "kiv", max_J, ExportCsv);
         AddRow("whole process of kiv export csv", "kiv FILE", max_J, WholeProcess);
     }
+    for (int max_J : {60, 100}) {
+        AddRow("kiv run, two threads", "kiv", max_J, RunOnTwo, 15);
+        AddRow("kiv run, two threads", "one thread", max_J, RunOnOne, 15);
+        AddRow("kiv export cat, two threads", "kiv", max_J, CatOnTwo, 15);
+        AddRow("kiv export cat, two threads", "one thread", max_J, CatOnOne, 15);
+    }
+    AddRow("kiv --version", "kiv", 0, VersionOption, 15);
     AddRow("two states, one pass", "kiv", 35, TwoStatePass);
     AddRow("two states, whole process", "kiv", 35, TwoStateProcess);
     for (int max_J : {5, 35}) {

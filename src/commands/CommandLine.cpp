@@ -129,7 +129,9 @@ bool IsOption(const std::string& word) { return word.size() > 1 && word[0] == '-
 
 class Reader {
   public:
-    Reader() : app_("kiv") {
+    // Only a command that is among the words gets its options: to make all of them takes longer
+    // than a short command.
+    Reader(int argc, const char* const* argv) : app_("kiv"), argc_(argc), argv_(argv) {
         app_.set_help_flag();
         app_.fallthrough();
         app_.allow_extras();
@@ -140,19 +142,24 @@ class Reader {
             CLI::App& sub = *app_.add_subcommand(InfoOf(arguments.command).name);
             sub.set_help_flag();
             sub.allow_extras();
-            AddOptionsOf(arguments.command, sub, request_);
+            if (IsAmongTheWords(sub.get_name())) AddOptionsOf(arguments.command, sub, request_);
         }
         app_.require_subcommand(0, 1);
     }
 
-    Result<Request> Read(int argc, const char* const* argv);
+    Result<Request> Read();
 
   private:
+    bool IsAmongTheWords(const std::string& name) const {
+        return std::find(argv_ + 1, argv_ + argc_, name) != argv_ + argc_;
+    }
     Status CheckArguments(const Arguments& arguments, const CLI::App& sub);
 
     Request request_;
     bool help_ = false, version_ = false;
     CLI::App app_;
+    const int argc_;
+    const char* const* const argv_;
 };
 
 Status Reader::CheckArguments(const Arguments& arguments, const CLI::App& sub) {
@@ -182,9 +189,9 @@ Status Reader::CheckArguments(const Arguments& arguments, const CLI::App& sub) {
     return {};
 }
 
-Result<Request> Reader::Read(int argc, const char* const* argv) {
+Result<Request> Reader::Read() {
     try {
-        app_.parse(argc, argv);
+        app_.parse(argc_, argv_);
     } catch (const CLI::ParseError& error) {
         return WrongUse(TextOf(error));
     }
@@ -221,7 +228,7 @@ Result<Request> Reader::Read(int argc, const char* const* argv) {
 }  // namespace
 
 Result<Request> ReadCommandLine(int argc, const char* const* argv) {
-    return Reader().Read(argc, argv);
+    return Reader(argc, argv).Read();
 }
 
 }  // namespace kiv

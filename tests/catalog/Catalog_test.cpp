@@ -32,7 +32,7 @@ Settings At(double temperature) {
 struct Calculated {
     Model model;
     Settings settings;
-    Workspace work;
+    mutable Workspace work;  // shared by what looks at the lines
     Report report;
     Levels lower, upper;
     LineList lines;
@@ -57,7 +57,7 @@ struct Calculated {
     }
 
     Catalog Sorted(CatalogOrder order = CatalogOrder::Calculated, double step = 0.0) const {
-        return Catalog::From(source, order, step, work.memory()).value();
+        return Catalog::From(source, order, step, work).value();
     }
 };
 
@@ -218,7 +218,7 @@ TEST(Catalog, LinesWithinAState) {
             source.strength = within.strength.Part(0, within.strength.size());
             if (state == kUpper) source.origin = {kOrigin, kOrigin};
             const auto found =
-                ByKey(Catalog::From(source, CatalogOrder::Calculated, 0.0, work.memory()).value());
+                ByKey(Catalog::From(source, CatalogOrder::Calculated, 0.0, work).value());
             int checked = 0;
             for (const auto& [key, line] : alone) {
                 if (line.strength < 1e-6) continue;
