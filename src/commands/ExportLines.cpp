@@ -75,7 +75,7 @@ bool Export::CalculateLines() {
     outcome_.calculation = &calculation_;
     {
         ShownProgress progress(terminal_, request_.verbose);
-        outcome_.status = Calculate(job_, work_, progress, calculation_);
+        outcome_.status = Calculate(job_, work_, progress, calculation_, kLinesAlone);
     }
     if (outcome_.status && job_.form == InputForm::Old && options_.range) {
         CutToRange(*options_.range, calculation_.room.lines);
@@ -142,8 +142,10 @@ int Export::Levels() {
     kiv::Levels levels[kNumStates];
     for (const StateIndex state : {kLower, kUpper}) {
         if (state == kUpper && model.one_state) continue;
-        Result<kiv::Levels> solved =
-            SolveLevels(model.states[state], calculation_.settings.max_J, work_);
+        const int max_J = calculation_.settings.max_J;
+        Result<kiv::Levels> solved =  // uncertainties need derivatives
+            calculation_.fit ? SolveLevels(model.states[state], max_J, work_)
+                             : SolveEnergies(model.states[state], max_J, work_);
         if (!solved) return NoResultBy(solved.error());
         levels[state] = std::move(solved).value();
     }

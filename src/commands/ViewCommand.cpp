@@ -142,7 +142,7 @@ int View::CalculateLines() {
     outcome_.calculation = &calculation_;
     {
         ShownProgress progress(terminal_, request_.verbose);
-        outcome_.status = Calculate(job_, work_, progress, calculation_);
+        outcome_.status = Calculate(job_, work_, progress, calculation_, kLinesAlone);
     }
     TellUnsettled(terminal_, outcome_);
     if (outcome_.has_result()) return kDone;

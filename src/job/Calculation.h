@@ -43,6 +43,8 @@ struct CalculationNeeds {
     bool derivatives = true;
 };
 
+inline constexpr CalculationNeeds kLinesAlone{.derivatives = false};
+
 /// Calculates, or fits and calculates, a job without errors among its findings.
 ///
 /// Named inputs are fitted until they converge; a fit that does not leaves no lines and no error.
