@@ -6,20 +6,24 @@
 
 #include "base/ArrayName.h"
 #include "base/Failure.h"
-#include "levels/Bands.h"
 #include "levels/Derivatives.h"
 #include "levels/Ranking.h"
+#include "linalg/Tridiagonal.h"
 
 namespace kiv {
 namespace {
 
-constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
-constexpr int kMaxSteps = 6;         // of one eigenpair; two are enough when constants hardly move
-constexpr double kTieMargin = 0.25;  // by which bounds of what counts as a tie are taken apart
+static_assert(kPairLanes == kMaxBlocks, "the blocks of a J go side by side");
 
-TridiagonalMatrix BlockOf(const BlockScratch& s, int b) {
-    const HamOp& ham = s.ham[0];
-    return {s.blocks.block[b].N, ham.band[0] + s.first[b], ham.band[1] + s.first[b]};
+constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
+constexpr int kMaxSteps = 6;         // of an eigenpair; two are enough when constants hardly move
+constexpr double kTieMargin = 0.25;  // by which bounds of what counts as a tie are taken apart
+constexpr double kAbove = 4.0;       // bounds of the energies that stand for rows of no block
+
+int FirstRow(const LevelBlocks& blocks, int b) {
+    int first = 0;
+    for (int i = 0; i < b; ++i) first += blocks.block[i].N;
+    return first;
 }
 
 int BlockOfLabel(const LevelBlocks& blocks, std::uint8_t odd) {
@@ -28,29 +32,24 @@ int BlockOfLabel(const LevelBlocks& blocks, std::uint8_t odd) {
     return b;
 }
 
-std::uint8_t OddOfRank(int J, int rank) { return LabelOdd(kAllC2, (rank + 1) / 2, J - rank / 2); }
+int KaOfRank(int rank) { return (rank + 1) / 2; }
+int KcOfRank(int J, int rank) { return J - rank / 2; }
+
+int Largest(const LevelBlocks& blocks) {
+    int n = 0;
+    for (int b = 0; b < blocks.num; ++b) n = std::max(n, blocks.block[b].N);
+    return n;
+}
 
 }  // namespace
 
-bool ChosenLevels::CanSolve(const Hamiltonian& H) {
-    if (H.is_complex || H.KeptRotations() != kAllC2) return false;
-    const auto terms = HamTerms();
-    return std::none_of(terms.begin(), terms.end(), [&](const HamTerm& term) {
-        return H.Uses(term) && term.keeps == kAllC2 && term.dk > 2;
-    });
-}
-
-Status ChosenLevels::Fit(const Memory& memory, std::int64_t numbers) {
-    const std::int64_t n = 2 * std::int64_t{max_J_} + 1;
-    const std::int64_t block = VecLd(max_J_ / 2 + 1);
-    if (!vectors_.Take(memory, numbers + kVecStep)) return NoMemory(array_name::kVectors);
-    for (Array<double>& all : all_) {
-        if (!all.Take(memory, VecOffset(max_J_ + 1) - VecOffset(max_J_) + 3 * kVecStep)) {
-            return NoMemory(array_name::kVectors);
-        }
-    }
-    const bool has_room = diagonal_.Take(memory, kMaxBlocks * block) &&
-                          square_.Take(memory, kMaxBlocks * block) && pivots_.Take(memory, 2 * n);
+Status ChosenLevels::Fit(const Memory& memory, std::ptrdiff_t numbers) {
+    const std::int64_t n = OperatorBands::Stride(max_J_);
+    const std::int64_t lanes = std::int64_t{kPairLanes} * (max_J_ / 2 + 1);
+    if (!vectors_.Take(memory, numbers)) return NoMemory(array_name::kVectors);
+    const bool has_room = d_.Take(memory, n) && e_.Take(memory, n) &&
+                          lanes_d_.Take(memory, lanes) && lanes_e2_.Take(memory, lanes) &&
+                          values_.Take(memory, lanes) && room_.Take(memory, 2 * lanes);
     return has_room ? Status() : NoMemory(array_name::kBlocks);
 }
 
@@ -60,125 +59,243 @@ Status ChosenLevels::Choose(std::span<const std::size_t> levels, int max_J, cons
     sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
     max_J_ = max_J;
     chosen_.clear();
-    std::int64_t numbers = 0;
+    groups_.clear();
+    list_of_J_.clear();
+    std::ptrdiff_t numbers = 0;
     auto next = sorted.begin();
     for (int J = 0; J <= max_J && next != sorted.end(); ++J) {
         if (*next >= Levels::Index(J + 1, 0)) continue;
         ChosenJ& of_J = chosen_.emplace_back();
         of_J.J = J;
-        const LevelBlocks blocks = BlocksOf(kAllC2, J);
+        of_J.blocks = BlocksOf(kAllC2, J);
+        of_J.first_group = groups_.size();
+        list_of_J_.push_back(J);
         std::array<int, kMaxBlocks> before{};
+        std::array<std::size_t, kMaxBlocks> open{};  // number of its last group, counted from 1
         for (int rank = 0; rank <= 2 * J; ++rank) {
-            const int b = BlockOfLabel(blocks, OddOfRank(J, rank));
+            const std::uint8_t odd = LabelOdd(kAllC2, KaOfRank(rank), KcOfRank(J, rank));
+            const auto b = static_cast<std::size_t>(BlockOfLabel(of_J.blocks, odd));
             if (next != sorted.end() && *next == Levels::Index(J, rank)) {
-                of_J.levels.push_back({rank, b, before, numbers});
-                numbers += VecLd(blocks.block[b].N);
+                if (open[b] == 0 || groups_[open[b] - 1].num == kPairLanes) {
+                    groups_.push_back({static_cast<int>(b), 0, {}, numbers});
+                    groups_.back().level.fill({rank, before});
+                    open[b] = groups_.size();
+                    numbers += std::ptrdiff_t{kPairLanes} * of_J.blocks.block[b].N;
+                }
+                Group& group = groups_[open[b] - 1];
+                group.level[static_cast<std::size_t>(group.num++)] = {rank, before};
                 ++next;
             }
-            ++before[static_cast<std::size_t>(b)];
+            ++before[b];
         }
+        of_J.end_group = groups_.size();
     }
     return Fit(memory, numbers);
 }
 
+TridiagonalMatrix ChosenLevels::BlockOf(const ChosenJ& of_J, int b) const {
+    const int first = FirstRow(of_J.blocks, b);
+    return {of_J.blocks.block[b].N, d_.data() + first, e_.data() + first};
+}
+
 // The blocks as they are counted, and bounds of their eigenvalues: no element of the diagonal is
 // larger than the largest of them, no sum of the sizes of a row less.
-ChosenLevels::Bounds ChosenLevels::LayOut(const BlockScratch& s) {
+ChosenLevels::Bounds ChosenLevels::LayOut(const ChosenJ& of_J) {
     Bounds bounds;
-    counted_.n = 0;
-    for (int b = 0; b < s.blocks.num; ++b) counted_.n = std::max(counted_.n, s.blocks.block[b].N);
-    for (int b = 0; b < kMaxBlocks; ++b) {
-        double* const d = diagonal_.data() + b * counted_.n;
-        double* const e2 = square_.data() + b * counted_.n;
-        counted_.d[static_cast<std::size_t>(b)] = d;
-        counted_.e2[static_cast<std::size_t>(b)] = e2;
-        const TridiagonalMatrix matrix = b < s.blocks.num ? BlockOf(s, b) : TridiagonalMatrix{};
+    matrices_ = {Largest(of_J.blocks), lanes_d_.data(), lanes_e2_.data()};
+    for (int b = 0; b < of_J.blocks.num; ++b) {
+        const TridiagonalMatrix matrix = BlockOf(of_J, b);
         double before = 0.0;  // the element between this row and the last one
         for (int i = 0; i < matrix.n; ++i) {
+            const double size = std::fabs(matrix.d[i]);
             const double behind = i + 1 < matrix.n ? matrix.e[i] : 0.0;
-            d[i] = matrix.d[i];
-            e2[i] = before * before;
-            bounds.least = std::max(bounds.least, std::fabs(d[i]));
-            bounds.most =
-                std::max(bounds.most, std::fabs(d[i]) + std::fabs(before) + std::fabs(behind));
+            matrices_.d[i * kPairLanes + b] = matrix.d[i];
+            matrices_.e2[i * kPairLanes + b] = before * before;
+            bounds.least = std::max(bounds.least, size);
+            bounds.most = std::max(bounds.most, size + (std::fabs(before) + std::fabs(behind)));
             before = behind;
         }
-        std::fill(d + matrix.n, d + counted_.n, kNoRow);
-        std::fill(e2 + matrix.n, e2 + counted_.n, 0.0);
+    }
+    for (int b = 0; b < kMaxBlocks; ++b) {
+        for (int i = b < of_J.blocks.num ? of_J.blocks.block[b].N : 0; i < matrices_.n; ++i) {
+            matrices_.d[i * kPairLanes + b] = kAbove * bounds.most;
+            matrices_.e2[i * kPairLanes + b] = 0.0;
+        }
     }
     return bounds;
 }
 
+// All eigenvalues of the blocks, ascending in each.
+void ChosenLevels::SetValues(const ChosenJ& of_J) {
+    const auto n = static_cast<std::size_t>(matrices_.n);
+    double* const d = values_.data();
+    std::copy_n(matrices_.d, kPairLanes * n, d);
+    std::copy_n(matrices_.e2, kPairLanes * n, room_.data());
+    TridiagonalValues({matrices_.n, d, room_.data()});
+    for (int b = 0; b < of_J.blocks.num; ++b) {
+        for (int i = 1; i < of_J.blocks.block[b].N; ++i) {
+            const double value = d[i * kPairLanes + b];
+            int at = i;
+            for (; at > 0 && d[(at - 1) * kPairLanes + b] > value; --at) {
+                d[at * kPairLanes + b] = d[(at - 1) * kPairLanes + b];
+            }
+            d[at * kPairLanes + b] = value;
+        }
+    }
+}
+
+// False when some level of the group does not settle.
+bool ChosenLevels::Improve(const ChosenJ& of_J, Group& group, const Bounds& bounds,
+                           Levels& levels) {
+    const TridiagonalMatrix block = BlockOf(of_J, group.block);
+    double* const vectors = vectors_.data() + group.vectors;
+    LaneValues energy;
+    if (of_J.start == Start::Vectors) {
+        energy = RayleighQuotients(block, vectors);
+    } else {
+        for (std::size_t k = 0; k < kPairLanes; ++k) {
+            const int before = group.level[k].before[static_cast<std::size_t>(group.block)];
+            energy[k] = values_[static_cast<std::size_t>(before * kPairLanes + group.block)];
+        }
+    }
+    const double small = 2.0 * kEpsilon * bounds.most;
+    bool has_settled = false;
+    for (int step = 0; step < kMaxSteps && !has_settled; ++step) {
+        const LaneValues change = ImproveEigenpairs(block, energy, room_.data(), vectors);
+        has_settled = true;
+        for (std::size_t k = 0; k < kPairLanes; ++k) {
+            energy[k] += change[k];
+            has_settled = has_settled && std::fabs(change[k]) <= small;
+        }
+    }
+    for (std::size_t k = 0; k < static_cast<std::size_t>(group.num); ++k) {
+        levels.energy[Levels::Index(of_J.J, group.level[k].rank)] = energy[k];
+    }
+    return has_settled;
+}
+
 // True when the level has its place in its own block, and in every other block as many levels lie
 // below it as their labels say; levels that tie with it may lie on either side.
-bool ChosenLevels::IsItself(const Chosen& level, double energy, const Bounds& bounds) const {
+bool ChosenLevels::IsItself(int block, const Chosen& level, double energy, const Bounds& bounds) {
     const double tie = (1.0 - kTieMargin) * kLevelTie * bounds.least;
     const double open = (1.0 + kTieMargin) * kLevelTie * bounds.most;
-    EigenvalueCounts counts;
-    CountEigenvalues(counted_, {energy - open, energy - tie, energy + tie, energy + open}, counts);
-    for (int b = 0; b < kMaxBlocks; ++b) {
-        const auto& below = counts[static_cast<std::size_t>(b)];
-        const int expected = level.before[static_cast<std::size_t>(b)];
-        const bool is_certain = below[0] == below[1] && below[2] == below[3];
-        if (!is_certain || below[0] > expected || below[3] < expected) return false;
-        if (b == level.block && (below[0] != expected || below[3] != expected + 1)) return false;
+    const std::array<double, 4> shifts{energy - open, energy - tie, energy + tie, energy + open};
+    std::array<LaneCounts, 4> below;
+    CountEigenvalues(matrices_, shifts, below);
+    for (std::size_t b = 0; b < kMaxBlocks; ++b) {
+        const int expected = level.before[b];
+        const bool is_certain = below[0][b] == below[1][b] && below[2][b] == below[3][b];
+        if (!is_certain || below[0][b] > expected || below[3][b] < expected) return false;
+        const bool is_own = static_cast<int>(b) == block;
+        if (is_own && (below[0][b] != expected || below[3][b] != expected + 1)) return false;
     }
     return true;
 }
 
-bool ChosenLevels::Follow(const Hamiltonian& H, const ChosenJ& of_J, BlockScratch& s,
-                          Levels& levels) {
-    const Bounds bounds = LayOut(s);
-    const double small = 2.0 * kEpsilon * bounds.most;
-    for (const Chosen& chosen : of_J.levels) {
-        const TridiagonalMatrix block = BlockOf(s, chosen.block);
-        double* const vector = vectors_.data() + chosen.vector;
-        double energy = RayleighQuotient(block, vector);
-        bool has_settled = false;
-        for (int step = 0; step < kMaxSteps && !has_settled; ++step) {
-            const double change = ImproveEigenpair(block, energy, pivots_.data(), vector);
-            energy += change;
-            has_settled = std::fabs(change) <= small;
+// Where no other level is near, counts on both sides of a level are enough.
+bool ChosenLevels::AreThemselves(const ChosenJ& of_J, const Bounds& bounds, const Levels& levels) {
+    const double open = (1.0 + kTieMargin) * kLevelTie * bounds.most;
+    shifts_.clear();
+    for (const Group& group : GroupsOf(of_J)) {
+        for (int k = 0; k < group.num; ++k) {
+            const Chosen& level = group.level[static_cast<std::size_t>(k)];
+            const double energy = levels.energy[Levels::Index(of_J.J, level.rank)];
+            shifts_.insert(shifts_.end(), {energy - open, energy + open});
         }
-        if (!has_settled || !IsItself(chosen, energy, bounds)) return false;
-        levels.energy[Levels::Index(of_J.J, chosen.rank)] = energy;
     }
-    for (const Chosen& chosen : of_J.levels) {
-        FillDerivative(H, of_J.J, chosen.block, vectors_.data() + chosen.vector,
-                       Levels::Index(of_J.J, chosen.rank), s, levels);
+    counts_.resize(shifts_.size());
+    CountEigenvalues(matrices_, shifts_, counts_);
+    std::size_t at = 0;
+    for (const Group& group : GroupsOf(of_J)) {
+        for (int k = 0; k < group.num; ++k, at += 2) {
+            const Chosen& level = group.level[static_cast<std::size_t>(k)];
+            LaneCounts above = level.before;
+            ++above[static_cast<std::size_t>(group.block)];
+            if (counts_[at] == level.before && counts_[at + 1] == above) continue;
+            const double energy = levels.energy[Levels::Index(of_J.J, level.rank)];
+            if (!IsItself(group.block, level, energy, bounds)) return false;
+        }
     }
+    return true;
+}
+
+void ChosenLevels::FillLabels(const ChosenJ& of_J, Levels& levels) {
+    for (const Group& group : GroupsOf(of_J)) {
+        for (int k = 0; k < group.num; ++k) {
+            const int rank = group.level[static_cast<std::size_t>(k)].rank;
+            const std::size_t level = Levels::Index(of_J.J, rank);
+            levels.ka[level] = static_cast<std::int16_t>(KaOfRank(rank));
+            levels.kc[level] = static_cast<std::int16_t>(KcOfRank(of_J.J, rank));
+            levels.odd[level] = of_J.blocks.block[group.block].odd;
+        }
+    }
+}
+
+void ChosenLevels::Derive(const Hamiltonian& H, std::size_t place, Levels& levels) {
+    const ChosenJ& of_J = chosen_[place];
+    for (const Group& group : GroupsOf(of_J)) {
+        VectorLanes lanes{of_J.J,
+                          of_J.blocks.block[group.block].N,
+                          vectors_.data() + group.vectors,
+                          group.num,
+                          {}};
+        for (std::size_t k = 0; k < kPairLanes; ++k) {
+            lanes.level[k] = Levels::Index(of_J.J, group.level[k].rank);
+        }
+        FillDerivatives(H, lanes, operators_.ops(),
+                        operators_.of(place) + FirstRow(of_J.blocks, group.block), room_.data(),
+                        levels);
+    }
+}
+
+// False when the levels are not certain, and the J is to be solved as a whole.
+bool ChosenLevels::Follow(const Hamiltonian& H, std::size_t place, Levels& levels) {
+    ChosenJ& of_J = chosen_[place];
+    if (of_J.start == Start::Whole) return false;
+    operators_.Sum(H, place, of_J.J, d_.data(), e_.data());
+    const Bounds bounds = LayOut(of_J);
+    if (of_J.start == Start::Values) SetValues(of_J);
+    for (Group& group : GroupsOf(of_J)) {
+        if (!Improve(of_J, group, bounds, levels)) return false;
+    }
+    if (!AreThemselves(of_J, bounds, levels)) return false;
+    of_J.start = Start::Vectors;
+    FillLabels(of_J, levels);
+    Derive(H, place, levels);
     return true;
 }
 
 // What is chosen of a J that was solved as a whole.
-void ChosenLevels::Take(const Hamiltonian& H, const double* vectors, BlockScratch& s, ChosenJ& of_J,
-                        Levels& levels) {
-    const auto is_regular = [&](const Chosen& chosen) {
-        return s.rank_place[static_cast<std::size_t>(chosen.rank)] ==
-               s.first[chosen.block] + chosen.before[static_cast<std::size_t>(chosen.block)];
-    };
-    of_J.has_vectors = std::all_of(of_J.levels.begin(), of_J.levels.end(), is_regular);
-    if (!of_J.has_vectors) {
-        irregular_.push_back(of_J.J);
-        FillDerivatives(H, of_J.J, vectors, nullptr, s, levels);
-        return;
+void ChosenLevels::Take(const Hamiltonian& H, std::size_t place, const double* vectors,
+                        BlockScratch& s, Levels& levels) {
+    ChosenJ& of_J = chosen_[place];
+    bool is_regular = true;
+    for (const Group& group : GroupsOf(of_J)) {
+        const auto block = static_cast<std::size_t>(group.block);
+        const int ld = VecLd(of_J.blocks.block[group.block].N);
+        double* const lanes = vectors_.data() + group.vectors;
+        for (std::size_t k = 0; k < kPairLanes; ++k) {
+            const Chosen& level = group.level[k];
+            is_regular = is_regular && s.rank_place[static_cast<std::size_t>(level.rank)] ==
+                                           s.first[block] + level.before[block];
+            const double* const solved =
+                vectors + of_J.blocks.vec[block] + std::ptrdiff_t{level.before[block]} * ld;
+            for (int i = 0; i < of_J.blocks.block[block].N; ++i) {
+                lanes[static_cast<std::size_t>(i) * kPairLanes + k] = solved[i];
+            }
+        }
     }
-    for (const Chosen& chosen : of_J.levels) {
-        const int ld = VecLd(s.blocks.block[chosen.block].N);
-        const double* const solved = vectors + s.blocks.vec[chosen.block] +
-                                     chosen.before[static_cast<std::size_t>(chosen.block)] * ld;
-        double* const vector = vectors_.data() + chosen.vector;
-        std::copy_n(solved, ld, vector);
-        FillDerivative(H, of_J.J, chosen.block, vector, Levels::Index(of_J.J, chosen.rank), s,
-                       levels);
-    }
+    of_J.start = is_regular ? Start::Vectors : Start::Whole;
+    if (is_regular) return Derive(H, place, levels);
+    irregular_.push_back(of_J.J);
+    FillDerivatives(H, of_J.J, vectors, nullptr, s, levels);
 }
 
-void ChosenLevels::SolveWhole(const Hamiltonian& H, std::span<ChosenJ* const> wanted,
+void ChosenLevels::SolveWhole(const Hamiltonian& H, std::span<const std::size_t> wanted,
                               LevelScratch& scratch, Levels& levels) {
     VectorsOfJ vectors[kTogether];
     for (std::size_t i = 0; i < wanted.size(); ++i) {
-        vectors[i] = {wanted[i]->J, AlignVec(all_[i].data() + kVecStep)};
+        vectors[i] = {chosen_[wanted[i]].J, AlignVec(all_[i].data() + kVecStep)};
     }
     SolveReal(H, {vectors, wanted.size()}, scratch);
     for (std::size_t i = 0; i < wanted.size(); ++i) {
@@ -186,30 +303,34 @@ void ChosenLevels::SolveWhole(const Hamiltonian& H, std::span<ChosenJ* const> wa
         const int last = s.blocks.num - 1, N = s.blocks.block[last].N;
         std::fill_n(vectors[i].vectors + s.blocks.vec[last] + std::int64_t{N} * VecLd(N), kVecStep,
                     0.0);
-        RankLevels(H, wanted[i]->J, s, levels);
-        Take(H, vectors[i].vectors, s, *wanted[i], levels);
+        RankLevels(H, vectors[i].J, s, levels);
+        Take(H, wanted[i], vectors[i].vectors, s, levels);
     }
 }
 
 Status ChosenLevels::Solve(const LevelTask& task, Workspace& work, Report& report, Levels& levels) {
     auto& scratch = work.Part<SolutionScratch>(Workspace::Slot::Levels).blocks;
     KIV_TRY(scratch.Fit(work.memory(), max_J_, false));
+    KIV_TRY(operators_.Build(task.H, list_of_J_, work.memory(), scratch.of_J[0]));
     ListDerivatives(*task.H.state, levels);
     SetSymmetry(task.H, levels);
     irregular_.clear();
     const Stage stage = task.index == kLower ? Stage::LowerLevels : Stage::UpperLevels;
-    std::vector<ChosenJ*> whole;  // waiting to be solved side by side
+    std::vector<std::size_t> whole;  // waiting to be solved side by side
     for (std::size_t i = 0; i < chosen_.size(); ++i) {
-        ChosenJ& of_J = chosen_[i];
-        if (of_J.has_vectors) BuildBlocks(task.H, of_J.J, scratch.of_J[0]);
-        if (!of_J.has_vectors || !Follow(task.H, of_J, scratch.of_J[0], levels)) {
-            whole.push_back(&of_J);
-        }
+        if (!Follow(task.H, i, levels)) whole.push_back(i);
         if (whole.size() == kTogether || (i + 1 == chosen_.size() && !whole.empty())) {
+            for (Array<double>& all : all_) {
+                if (all.Fit(work.memory(),
+                               VecOffset(max_J_ + 1) - VecOffset(max_J_) + 3 * kVecStep)) {
+                    continue;
+                }
+                return NoMemory(array_name::kVectors);
+            }
             SolveWhole(task.H, whole, scratch, levels);
             whole.clear();
         }
-        KIV_TRY(Tell(report, stage, of_J.J + 1, task.max_J + 1));
+        KIV_TRY(Tell(report, stage, chosen_[i].J + 1, task.max_J + 1));
     }
     return {};
 }

@@ -62,7 +62,7 @@ KIV_INLINE void FillProducts(const BlockSums& block, int level, double* re) {
     }
 }
 
-KIV_INLINE double SumLanes(const Vec8& sum) {
+KIV_INLINE double SumOf(const Vec8& sum) {
     return ((sum[0] + sum[4]) + (sum[2] + sum[6])) + ((sum[1] + sum[5]) + (sum[3] + sum[7]));
 }
 
@@ -83,7 +83,7 @@ KIV_INLINE void SumLevels(const BlockSums& block, int record, double* out) {
                 partial[j] += p * band;
             }
         }
-        for (int j = 0; j < L; ++j) out[j * num + i] = SumLanes(partial[j]);
+        for (int j = 0; j < L; ++j) out[j * num + i] = SumOf(partial[j]);
     }
 }
 
@@ -110,6 +110,54 @@ KIV_INLINE void SumBlockBody(const BlockSums& block) {
 }
 
 KIV_KERNEL(SumBlock, BlockSums)
+
+// Expectation values of all operators in levels in lanes, operator by operator.
+struct LaneSums {
+    const VectorLanes* lanes;
+    std::span<const BandedOp> ops;
+    const double* bands;
+    std::ptrdiff_t stride;
+    double* products;  // of components with themselves, then with the next ones
+    double* out;
+};
+
+// Vec names the instruction set alone: there are four lanes.
+template <class>
+KIV_INLINE void SumLanesBody(const LaneSums& run) {
+    static_assert(sizeof(Vec4) == kPairLanes * sizeof(double));
+    const int n = run.lanes->n;
+    double *const own = run.products, *const next = own + std::ptrdiff_t{n} * kPairLanes;
+    Vec4 above = {};
+    for (int i = 0; i < n; ++i) {
+        Vec4 z;
+        LoadVec(z, run.lanes->z + std::ptrdiff_t{i} * kPairLanes);
+        StoreVec(own + std::ptrdiff_t{i} * kPairLanes, z * z);
+        if (i > 0) StoreVec(next + std::ptrdiff_t{i - 1} * kPairLanes, z * above);
+        above = z;
+    }
+    double* out = run.out;
+    for (const BandedOp& op : run.ops) {
+        const double* const diagonal = run.bands + op.diagonal * run.stride;
+        Vec4 sum = {}, beside_sum = {};
+        for (int i = 0; i < n; ++i) {
+            Vec4 p;
+            LoadVec(p, own + std::ptrdiff_t{i} * kPairLanes);
+            sum += diagonal[i] * p;
+        }
+        if (op.beside >= 0) {
+            const double* const beside = run.bands + op.beside * run.stride;
+            for (int i = 0; i + 1 < n; ++i) {
+                Vec4 p;
+                LoadVec(p, next + std::ptrdiff_t{i} * kPairLanes);
+                beside_sum += beside[i] * p;
+            }
+        }
+        StoreVec(out, sum + 2.0 * beside_sum);
+        out += kPairLanes;
+    }
+}
+
+KIV_KERNEL(SumLanes, LaneSums)
 
 // The sums that the operators need, operator by operator, for a block whose functions begin at
 // `first`. Returns their number.
@@ -173,10 +221,10 @@ void FillRecord(const Levels& levels, const Hamiltonian& H, int J, const Expecta
     record[0] = e.pz2;
     record[1] = 0.5 * (X - e.pz2) + 0.5 * e.difference;
     record[2] = 0.5 * (X - e.pz2) - 0.5 * e.difference;
+    const bool may_be_replaced = H.state->is_turned && !H.exchanges_axes;
     for (int i = 3; i < levels.num_derivatives; ++i) {
         const Constant c = levels.derivative_of[static_cast<std::size_t>(i)];
-        const bool replaced = !H.exchanges_axes && H.state->from_turn[c];
-        record[i] = replaced ? 0.0 : e.of[c];
+        record[i] = may_be_replaced && H.state->from_turn[c] ? 0.0 : e.of[c];
     }
     TurnBack(H, e, record);
 }
@@ -221,22 +269,19 @@ void FillDerivatives(const Hamiltonian& H, int J, const double* real, const doub
     }
 }
 
-void FillDerivative(const Hamiltonian& H, int J, int block, const double* vector, std::size_t level,
-                    BlockScratch& s, Levels& levels) {
-    BandSum sums[kMaxOps * kNumOffsets];
-    const int num = ListSums(s, s.first[block], sums);
-    SumBlock({vector,
-              nullptr,
-              VecLd(s.blocks.block[block].N),
-              1,
-              WidestOp(s),
-              {sums, static_cast<std::size_t>(num)},
-              s.products.data(),
-              s.sums.data()});
+void FillDerivatives(const Hamiltonian& H, const VectorLanes& lanes, std::span<const BandedOp> ops,
+                     const double* bands, double* room, Levels& levels) {
+    LaneValues sums[kMaxOps];
+    SumLanes({&lanes, ops, bands, OperatorBands::Stride(lanes.J), room, sums[0].data()});
     Expectation e;
-    Expect(s, s.sums.data(), e);
-    FillRecord(levels, H, J, e,
-               &levels.derivative[level * static_cast<std::size_t>(levels.num_derivatives)]);
+    for (std::size_t k = 0; k < static_cast<std::size_t>(lanes.num); ++k) {
+        e.pz2 = sums[kPz2][k];
+        e.difference = sums[kDifference][k];
+        for (std::size_t i = kRigidOps; i < ops.size(); ++i) e.of[ops[i].constant] = sums[i][k];
+        FillRecord(
+            levels, H, lanes.J, e,
+            &levels.derivative[lanes.level[k] * static_cast<std::size_t>(levels.num_derivatives)]);
+    }
 }
 
 }  // namespace kiv

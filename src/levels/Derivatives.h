@@ -7,7 +7,13 @@
 // real Hamiltonian.
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <span>
+
 #include "levels/LevelScratch.h"
+#include "levels/OperatorBands.h"
+#include "linalg/Eigenpair.h"
 
 namespace kiv {
 
@@ -16,9 +22,18 @@ namespace kiv {
 void FillDerivatives(const Hamiltonian& H, int J, const double* real, const double* imag,
                      BlockScratch& scratch, Levels& levels);
 
-/// Fills the record of one level of `J`, index `level`, from its real eigenvector in a block, which
-/// is filled up with zeros to VecLd(N) + kVecStep numbers.
-void FillDerivative(const Hamiltonian& H, int J, int block, const double* vector, std::size_t level,
-                    BlockScratch& scratch, Levels& levels);
+/// Eigenvectors of some levels of a block, in the lanes of linalg/Eigenpair.h.
+struct VectorLanes {
+    int J = 0;
+    int n = 0;                                    // rows
+    const double* z = nullptr;                    // unit vectors
+    int num = 0;                                  // lanes in use
+    std::array<std::size_t, kPairLanes> level{};  // their indices
+};
+
+/// Fills the records of levels from the operators of a J, whose bands begin at the first row of
+/// their block. `room` holds 2n numbers a lane.
+void FillDerivatives(const Hamiltonian& H, const VectorLanes& lanes, std::span<const BandedOp> ops,
+                     const double* bands, double* room, Levels& levels);
 
 }  // namespace kiv

@@ -1,46 +1,146 @@
 #include "linalg/Eigenpair.h"
 
+#include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include "base/Simd.h"
 
 namespace kiv {
 namespace {
 
+static_assert(sizeof(Vec4) == kPairLanes * sizeof(double));
+
 constexpr double kLeastPivot = 1e-290;  // its inverse times a matrix element is still a number
 
-double Pivot(double x) { return std::fabs(x) < kLeastPivot ? kLeastPivot : x; }
+// A row of all lanes, wherever it begins.
+using LaneRow = double __attribute__((vector_size(32), aligned(8), may_alias));
 
-using Counts4 = long long __attribute__((vector_size(32)));
+KIV_INLINE const LaneRow& Row(const double* lanes, int i) {
+    return reinterpret_cast<const LaneRow*>(lanes)[i];
+}
 
-struct CountRun {
-    const CountedMatrices* matrices;
-    const double* shifts;
-    EigenvalueCounts* counts;
+KIV_INLINE LaneRow& Row(double* lanes, int i) { return reinterpret_cast<LaneRow*>(lanes)[i]; }
+
+KIV_INLINE void KeepFromZero(Vec4& pivot) { pivot = pivot == 0.0 ? Vec4{} + kLeastPivot : pivot; }
+
+struct QuotientRun {
+    const TridiagonalMatrix* matrix;
+    const double* z;
+    double* value;
 };
 
-// Vec names the instruction set alone: there are four shifts.
-template <class Vec>
+// Vec names the instruction set alone, as in all kernels here: there are four lanes.
+template <class>
+KIV_INLINE void RunQuotientBody(const QuotientRun& run) {
+    const TridiagonalMatrix& matrix = *run.matrix;
+    Vec4 diagonal = {}, beside = {}, above = {};
+    for (int i = 0; i < matrix.n; ++i) {
+        const Vec4 z = Row(run.z, i);
+        diagonal += matrix.d[i] * (z * z);
+        if (i > 0) beside += matrix.e[i - 1] * (above * z);
+        above = z;
+    }
+    StoreVec(run.value, diagonal + 2.0 * beside);
+}
+
+KIV_KERNEL(RunQuotient, QuotientRun)
+
+struct ImproveRun {
+    const TridiagonalMatrix* matrix;
+    const double* value;
+    double *top, *bottom;  // pivots from either end
+    double* z;
+    double* change;
+};
+
+template <class>
+KIV_INLINE void RunImproveBody(const ImproveRun& run) {
+    const int n = run.matrix->n;
+    const double *d = run.matrix->d, *e = run.matrix->e;
+    Vec4 value;
+    LoadVec(value, run.value);
+
+    // what row i of z is of row i + 1 (top), or row i + 1 of row i (bottom), apart from the sign
+    Vec4 down = d[0] - value, up = d[n - 1] - value;
+    KeepFromZero(down);
+    KeepFromZero(up);
+    Row(run.bottom, n - 1) = up;
+    for (int i = 0, j = n - 2; j >= 0; ++i, --j) {
+        const Vec4 from_top = e[i] / down, from_bottom = e[j] / up;
+        Row(run.top, i) = from_top;
+        down = (d[i + 1] - value) - e[i] * from_top;
+        up = (d[j] - value) - e[j] * from_bottom;
+        KeepFromZero(down);
+        KeepFromZero(up);
+        Row(run.z, j + 1) = from_bottom;
+        Row(run.bottom, j) = up;
+    }
+
+    Vec4 remainder = Row(run.bottom, 0), least = remainder < 0.0 ? -remainder : remainder;
+    Vec4 meet = {};
+    for (int i = 1; i < n; ++i) {
+        const Vec4 here = Row(run.bottom, i) - e[i - 1] * Row(run.top, i - 1);
+        const Vec4 size = here < 0.0 ? -here : here;
+        const auto is_less = size < least;
+        least = is_less ? size : least;
+        remainder = is_less ? here : remainder;
+        meet = is_less ? Vec4{} + static_cast<double>(i) : meet;
+    }
+
+    // above the row where they meet, from the bottom, then below it, from the top
+    const Vec4 one = Vec4{} + 1.0;
+    Vec4 z = meet == static_cast<double>(n - 1) ? one : Vec4{};
+    Row(run.bottom, n - 1) = z;
+    for (int i = n - 2; i >= 0; --i) {
+        z = meet == static_cast<double>(i) ? one : -(Row(run.top, i) * z);
+        Row(run.bottom, i) = z;
+    }
+    Vec4 sum = z * z, below = {};
+    Row(run.z, 0) = z;
+    Vec4 last = z;
+    for (int i = 1; i < n; ++i) {
+        const Vec4 before = meet == static_cast<double>(i - 1) ? last : below;
+        below = -(Row(run.z, i) * before);
+        last = Row(run.bottom, i);
+        z = last + below;
+        sum += z * z;
+        Row(run.z, i) = z;
+    }
+    Vec4 size = sum;
+    SqrtVec(size);
+    const Vec4 factor = 1.0 / size;
+    for (int i = 0; i < n; ++i) Row(run.z, i) = Row(run.z, i) * factor;
+    StoreVec(run.change, remainder / sum);
+}
+
+KIV_KERNEL(RunImprove, ImproveRun)
+
+using Counts4 = long long __attribute__((vector_size(32)));
+constexpr int kShifts = 4;  // whose pivots do not wait for each other
+
+struct CountRun {
+    const LaneMatrices* matrices;
+    const double* shifts;  // kShifts
+    LaneCounts* counts;
+};
+
+template <class>
 KIV_INLINE void RunCountBody(const CountRun& run) {
-    const CountedMatrices& matrices = *run.matrices;
-    Vec4 shift;
-    LoadVec(shift, run.shifts);
-    Vec4 pivot[kCounts];
-    Counts4 below[kCounts] = {};
-    const Vec4 least = Vec4{} + kLeastPivot;
+    const LaneMatrices& matrices = *run.matrices;
+    Vec4 pivot[kShifts];
+    Counts4 below[kShifts] = {};
     for (Vec4& p : pivot) p = Vec4{} + 1.0;
     for (int i = 0; i < matrices.n; ++i) {
-        for (std::size_t b = 0; b < kCounts; ++b) {
-            Vec4 p = (matrices.d[b][i] - shift) - matrices.e2[b][i] / pivot[b];
-            p = p == 0.0 ? least : p;
-            below[b] += p < 0.0;  // a lane is -1 where it is true
-            pivot[b] = p;
+        const Vec4 d = Row(matrices.d, i), e2 = Row(matrices.e2, i);
+        for (int k = 0; k < kShifts; ++k) {
+            pivot[k] = (d - run.shifts[k]) - e2 / pivot[k];
+            KeepFromZero(pivot[k]);
+            below[k] += pivot[k] < 0.0;  // a lane is -1 where it is true
         }
     }
-    for (std::size_t b = 0; b < kCounts; ++b) {
-        for (std::size_t k = 0; k < kCounts; ++k) {
-            (*run.counts)[b][k] = static_cast<int>(-below[b][k]);
+    for (int k = 0; k < kShifts; ++k) {
+        for (int b = 0; b < kPairLanes; ++b) {
+            run.counts[k][static_cast<std::size_t>(b)] = static_cast<int>(-below[k][b]);
         }
     }
 }
@@ -49,49 +149,34 @@ KIV_KERNEL(RunCount, CountRun)
 
 }  // namespace
 
-double RayleighQuotient(const TridiagonalMatrix& matrix, const double* v) {
-    double diagonal = 0.0, beside = 0.0;
-    for (int i = 0; i < matrix.n; ++i) diagonal += matrix.d[i] * v[i] * v[i];
-    for (int i = 0; i + 1 < matrix.n; ++i) beside += matrix.e[i] * v[i] * v[i + 1];
-    return diagonal + 2.0 * beside;
+LaneValues RayleighQuotients(const TridiagonalMatrix& matrix, const double* z) {
+    LaneValues value;
+    RunQuotient({&matrix, z, value.data()});
+    return value;
 }
 
-double ImproveEigenpair(const TridiagonalMatrix& matrix, double value, double* room, double* z) {
-    const int n = matrix.n;
-    const double *d = matrix.d, *e = matrix.e;
-    double *const top = room, *const bottom = room + n;  // pivots from either end
-    top[0] = Pivot(d[0] - value);
-    bottom[n - 1] = Pivot(d[n - 1] - value);
-    for (int i = 1, j = n - 2; i < n; ++i, --j) {
-        top[i] = Pivot((d[i] - value) - e[i - 1] * e[i - 1] / top[i - 1]);
-        bottom[j] = Pivot((d[j] - value) - e[j] * e[j] / bottom[j + 1]);
-    }
-    int meet = 0;
-    double remainder = 0.0;
-    for (int i = 0; i < n; ++i) {
-        const double here = (top[i] - (d[i] - value)) + bottom[i];
-        if (i > 0 && std::fabs(here) >= std::fabs(remainder)) continue;
-        meet = i;
-        remainder = here;
-    }
-    z[meet] = 1.0;
-    double sum = 1.0;
-    for (int i = meet - 1; i >= 0; --i) {
-        z[i] = -e[i] * z[i + 1] / top[i];
-        sum += z[i] * z[i];
-    }
-    for (int i = meet + 1; i < n; ++i) {
-        z[i] = -e[i - 1] * z[i - 1] / bottom[i];
-        sum += z[i] * z[i];
-    }
-    const double factor = 1.0 / std::sqrt(sum);
-    for (int i = 0; i < n; ++i) z[i] *= factor;
-    return remainder / sum;
+LaneValues ImproveEigenpairs(const TridiagonalMatrix& matrix, const LaneValues& values,
+                             double* room, double* z) {
+    LaneValues change;
+    const std::ptrdiff_t n = std::ptrdiff_t{matrix.n} * kPairLanes;
+    RunImprove({&matrix, values.data(), room, room + n, z, change.data()});
+    return change;
 }
 
-void CountEigenvalues(const CountedMatrices& matrices, const std::array<double, kCounts>& shifts,
-                      EigenvalueCounts& counts) {
-    RunCount({&matrices, shifts.data(), &counts});
+void CountEigenvalues(const LaneMatrices& matrices, std::span<const double> shifts,
+                      std::span<LaneCounts> counts) {
+    for (std::size_t first = 0; first < shifts.size(); first += kShifts) {
+        const std::size_t num = std::min<std::size_t>(kShifts, shifts.size() - first);
+        if (num == kShifts) {
+            RunCount({&matrices, &shifts[first], &counts[first]});
+            continue;
+        }
+        double some[kShifts];
+        LaneCounts of_some[kShifts];
+        for (std::size_t k = 0; k < kShifts; ++k) some[k] = shifts[first + std::min(k, num - 1)];
+        RunCount({&matrices, some, of_some});
+        std::copy_n(of_some, num, &counts[first]);
+    }
 }
 
 }  // namespace kiv

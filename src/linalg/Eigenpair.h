@@ -1,9 +1,18 @@
-// Single eigenpairs of symmetric tridiagonal matrices, and counts of their eigenvalues.
+// Eigenpairs of symmetric tridiagonal matrices, some at a time, and counts of their eigenvalues.
+//
+// What is done side by side lies in lanes: number i of lane k is element kPairLanes * i + k.
 #pragma once
 
 #include <array>
+#include <span>
 
 namespace kiv {
+
+/// Vectors, or matrices, that are treated side by side.
+inline constexpr int kPairLanes = 4;
+
+/// One number for each of them.
+using LaneValues = std::array<double, kPairLanes>;
 
 /// d[0..n-1] is the diagonal, e[i] the element between rows i and i + 1, i = 0..n-2.
 struct TridiagonalMatrix {
@@ -12,33 +21,33 @@ struct TridiagonalMatrix {
     const double* e = nullptr;
 };
 
-/// v^T T v of a unit vector.
-double RayleighQuotient(const TridiagonalMatrix& matrix, const double* v);
+/// z^T T z of unit vectors in lanes.
+LaneValues RayleighQuotients(const TridiagonalMatrix& matrix, const double* z);
 
-/// From an approximate eigenvalue to its eigenvector: fills the unit vector z[0..n-1] and returns
-/// what the Rayleigh quotient of z adds to `value`. Repeated with the better value, the error falls
-/// with its third power. `room` holds 2n numbers.
+/// From approximate eigenvalues of one matrix to their eigenvectors: fills the unit vectors z in
+/// lanes and returns what the Rayleigh quotient of each adds to its value. Repeated with the better
+/// value, the error falls with its third power. `room` holds 2n numbers a lane.
 ///
 /// The pivots of T - value from both ends meet in the row where the remainder is least; there z is
-/// largest (twisted factorisation). Source: I. S. Dhillon, B. N. Parlett, Linear Algebra Appl. 387,
-/// 1 (2004); K. V. Fernando, SIAM J. Matrix Anal. Appl. 18, 1013 (1997).
-double ImproveEigenpair(const TridiagonalMatrix& matrix, double value, double* room, double* z);
+/// largest (twisted factorisation). Where a pivot is 0 to the last digit a lane may be left without
+/// numbers (NaN). Source: I. S. Dhillon, B. N. Parlett, Linear Algebra Appl. 387, 1 (2004);
+/// K. V. Fernando, SIAM J. Matrix Anal. Appl. 18, 1013 (1997).
+LaneValues ImproveEigenpairs(const TridiagonalMatrix& matrix, const LaneValues& values,
+                             double* room, double* z);
 
-/// Shifts and matrices that are counted side by side.
-inline constexpr int kCounts = 4;
-
-/// Matrices for counting: n rows each, d[i] and the square e2[i] of the element between rows i - 1
-/// and i, with e2[0] = 0. A smaller matrix is filled up with rows of kNoRow and 0.
-struct CountedMatrices {
+/// Matrices in lanes, n rows each: d, and the square e2 of the element between a row and the one
+/// before it, 0 in row 0. A smaller matrix is filled up with rows of 0 in e2 and, in d, a number
+/// above all eigenvalues.
+struct LaneMatrices {
     int n = 0;
-    std::array<const double*, kCounts> d{}, e2{};
+    double* d = nullptr;
+    double* e2 = nullptr;
 };
-inline constexpr double kNoRow = 1e300;
 
-/// The number of eigenvalues of every matrix (first index) below every shift (second index), by the
-/// signs of pivots. Source: W. Barth, R. S. Martin, J. H. Wilkinson, Numer. Math. 9, 386 (1967).
-using EigenvalueCounts = std::array<std::array<int, kCounts>, kCounts>;
-void CountEigenvalues(const CountedMatrices& matrices, const std::array<double, kCounts>& shifts,
-                      EigenvalueCounts& counts);
+/// The number of eigenvalues below each shift, of every matrix, by the signs of pivots. Source:
+/// W. Barth, R. S. Martin, J. H. Wilkinson, Numer. Math. 9, 386 (1967).
+using LaneCounts = std::array<int, kPairLanes>;
+void CountEigenvalues(const LaneMatrices& matrices, std::span<const double> shifts,
+                      std::span<LaneCounts> counts);
 
 }  // namespace kiv

@@ -1,37 +1,52 @@
-// Eigenpairs and counts of tridiagonal matrices against the closed form of a constant one:
-// d + 2 e cos(k pi / (n + 1)), k = n..1 ascending for e > 0, vectors sin(j k pi / (n + 1)).
+// Eigenpairs, eigenvalues and counts of tridiagonal matrices against the closed form of a constant
+// one: d + 2 e cos(k pi / (n + 1)), k = n..1 ascending for e > 0, vectors sin(j k pi / (n + 1)).
 #include "linalg/Eigenpair.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <vector>
+
+#include "linalg/Tridiagonal.h"
 
 namespace kiv {
 namespace {
 
 constexpr int kN = 20;
-constexpr double kD = 3.0, kE = 0.7;
+constexpr double kD = 3.0, kE = 0.7, kAbove = 100.0;
 
-double Value(int k) { return kD + 2.0 * kE * std::cos(k * std::numbers::pi / (kN + 1)); }
+double Value(int k, int n = kN) { return kD + 2.0 * kE * std::cos(k * std::numbers::pi / (n + 1)); }
+
+std::size_t At(int row, std::size_t lane) {
+    return static_cast<std::size_t>(row) * kPairLanes + lane;
+}
 
 TEST(Eigenpair, ConvergesToClosedForm) {
     const std::vector<double> d(kN, kD), e(kN, kE);
     const TridiagonalMatrix matrix{kN, d.data(), e.data()};
-    std::vector<double> room(2 * kN), z(kN);
-    for (int k = 1; k <= kN; ++k) {
-        double value = Value(k) + 3e-4;
-        for (int step = 0; step < 4; ++step) {
-            value += ImproveEigenpair(matrix, value, room.data(), z.data());
+    std::vector<double> room(2 * kPairLanes * kN), z(kPairLanes * kN);
+    for (int k = 1; k + kPairLanes - 1 <= kN; ++k) {
+        LaneValues values;
+        for (std::size_t lane = 0; lane < kPairLanes; ++lane) {
+            values[lane] = Value(k + static_cast<int>(lane)) + 3e-4;
         }
-        EXPECT_NEAR(value, Value(k), 1e-14);
-        EXPECT_NEAR(RayleighQuotient(matrix, z.data()), Value(k), 1e-14);
-        const double scale = std::sqrt(2.0 / (kN + 1)) *
-                             (z[0] < 0.0 ? -1.0 : 1.0);  // sin(k pi / (n + 1)) is positive
-        for (int j = 1; j <= kN; ++j) {
-            EXPECT_NEAR(z[static_cast<std::size_t>(j - 1)],
-                        scale * std::sin(j * k * std::numbers::pi / (kN + 1)), 1e-12);
+        for (int step = 0; step < 4; ++step) {
+            const LaneValues change = ImproveEigenpairs(matrix, values, room.data(), z.data());
+            for (std::size_t lane = 0; lane < kPairLanes; ++lane) values[lane] += change[lane];
+        }
+        const LaneValues quotients = RayleighQuotients(matrix, z.data());
+        for (std::size_t lane = 0; lane < kPairLanes; ++lane) {
+            const int of = k + static_cast<int>(lane);
+            EXPECT_NEAR(values[lane], Value(of), 1e-14);
+            EXPECT_NEAR(quotients[lane], Value(of), 1e-14);
+            const double scale = std::sqrt(2.0 / (kN + 1)) *
+                                 (z[lane] < 0.0 ? -1.0 : 1.0);  // sin(of pi / (n + 1)) is positive
+            for (int j = 1; j <= kN; ++j) {
+                EXPECT_NEAR(z[At(j - 1, lane)],
+                            scale * std::sin(j * of * std::numbers::pi / (kN + 1)), 1e-12);
+            }
         }
     }
 }
@@ -39,30 +54,76 @@ TEST(Eigenpair, ConvergesToClosedForm) {
 // Rows that nothing couples: unit vectors, and pivots that are exactly 0.
 TEST(Eigenpair, TakesDiagonalMatrices) {
     const double d[] = {1.0, 2.0, 4.0}, e[] = {0.0, 0.0, 0.0};
-    std::vector<double> room(6), z(3);
-    EXPECT_NEAR(ImproveEigenpair({3, d, e}, 2.0, room.data(), z.data()), 0.0, 1e-280);
-    EXPECT_EQ(z, (std::vector<double>{0.0, 1.0, 0.0}));
+    std::vector<double> room(6 * kPairLanes), z(3 * kPairLanes);
+    for (const double change :
+         ImproveEigenpairs({3, d, e}, {2.0, 1.0, 4.0, 2.0}, room.data(), z.data())) {
+        EXPECT_NEAR(change, 0.0, 1e-280);
+    }
+    const int place[] = {1, 0, 2, 1};
+    for (int row = 0; row < 3; ++row) {
+        for (std::size_t lane = 0; lane < kPairLanes; ++lane) {
+            EXPECT_EQ(z[At(row, lane)], row == place[lane] ? 1.0 : 0.0);
+        }
+    }
+    const double d1 = 5.0;
+    ImproveEigenpairs({1, &d1, nullptr}, {5.0, 5.0, 5.0, 4.0}, room.data(), z.data());
+    EXPECT_EQ(z[3], 1.0);
 }
 
+// Four matrices: two constant ones, one of two rows (1 and 5), one of none.
+struct FourMatrices {
+    std::vector<double> d = std::vector<double>(kPairLanes * kN, kAbove);
+    std::vector<double> e2 = std::vector<double>(kPairLanes * kN, 0.0);
+    LaneMatrices lanes{kN, d.data(), e2.data()};
+
+    FourMatrices() {
+        for (int i = 0; i < kN; ++i) {
+            d[At(i, 0)] = kD;
+            if (i > 0) e2[At(i, 0)] = kE * kE;
+            if (i >= kN - 1) continue;
+            d[At(i, 3)] = kD;
+            if (i > 0) e2[At(i, 3)] = kE * kE;
+        }
+        d[At(0, 1)] = 1.0;
+        d[At(1, 1)] = 5.0;
+    }
+};
+
 TEST(Eigenpair, CountsEigenvalues) {
-    std::vector<double> d(kN, kD), e2(kN, kE * kE);
-    e2[0] = 0.0;
-    std::vector<double> small_d(kN, kNoRow), small_e2(kN, 0.0);  // two rows: 1 and 5
-    small_d[0] = 1.0;
-    small_d[1] = 5.0;
-    const std::vector<double> no_d(kN, kNoRow), no_e2(kN, 0.0);
-    const CountedMatrices matrices{kN,
-                                   {d.data(), small_d.data(), no_d.data(), d.data()},
-                                   {e2.data(), small_e2.data(), no_e2.data(), e2.data()}};
-    EigenvalueCounts counts;
+    const FourMatrices matrices;
     for (int k = 1; k <= kN; ++k) {
         const double x = Value(k);  // below it lie kN - k
-        CountEigenvalues(matrices, {x - 1e-9, x + 1e-9, 1.0, 1e10}, counts);
-        EXPECT_EQ(counts[0], (std::array{kN - k, kN - k + 1, 0, kN}));
-        EXPECT_EQ(counts[1], (std::array{1, x > 5.0 ? 2 : 1, 0, 2}));
-        EXPECT_EQ(counts[2], (std::array{0, 0, 0, 0}));
-        EXPECT_EQ(counts[3], counts[0]);
+        const std::array<double, 5> shifts{x - 1e-9, x + 1e-9, 0.5, 50.0, Value(k, kN - 1) - 1e-9};
+        std::array<LaneCounts, 5> counts;
+        CountEigenvalues(matrices.lanes, shifts, counts);
+        const int of_two = x > 5.0 ? 2 : x > 1.0 ? 1 : 0;
+        EXPECT_EQ(counts[0][0], kN - k);
+        EXPECT_EQ(counts[1][0], kN - k + 1);
+        EXPECT_EQ(counts[1][1], of_two);
+        EXPECT_EQ(counts[2], (LaneCounts{0, 0, 0, 0}));
+        EXPECT_EQ(counts[3], (LaneCounts{kN, 2, 0, kN - 1}));
+        EXPECT_EQ(counts[4][3], std::max(kN - 1 - k, 0));
     }
+}
+
+TEST(Eigenpair, FindsAllValuesOfFourMatrices) {
+    FourMatrices matrices;
+    TridiagonalValues(matrices.lanes);
+    const auto sorted = [&](std::size_t lane) {
+        std::vector<double> values;
+        for (int i = 0; i < kN; ++i) values.push_back(matrices.d[At(i, lane)]);
+        std::sort(values.begin(), values.end());
+        return values;
+    };
+    const std::vector<double> first = sorted(0), second = sorted(1), fourth = sorted(3);
+    for (int k = 1; k <= kN; ++k) {
+        EXPECT_NEAR(first[static_cast<std::size_t>(kN - k)], Value(k), 1e-12);
+        if (k == kN) continue;
+        EXPECT_NEAR(fourth[static_cast<std::size_t>(kN - 1 - k)], Value(k, kN - 1), 1e-12);
+    }
+    EXPECT_NEAR(second[0], 1.0, 1e-12);
+    EXPECT_NEAR(second[1], 5.0, 1e-12);
+    EXPECT_EQ(sorted(2), std::vector<double>(kN, kAbove));
 }
 
 }  // namespace

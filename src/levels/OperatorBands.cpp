@@ -1,0 +1,122 @@
+#include "levels/OperatorBands.h"
+
+#include <algorithm>
+#include <array>
+
+#include "base/ArrayName.h"
+#include "base/Failure.h"
+#include "base/Simd.h"
+#include "levels/Bands.h"
+#include "levels/Symmetry.h"
+
+namespace kiv {
+namespace {
+
+// In the order of BuildBlocks; returns the number of bands.
+int ListOps(const Hamiltonian& H, std::vector<BandedOp>& ops) {
+    ops = {{Constant{}, 0, -1}, {Constant{}, 1, 2}};
+    int num = 3;
+    for (const HamTerm& term : HamTerms()) {
+        if (!H.Uses(term) || term.keeps != kAllC2) continue;
+        if (ops.size() == kRigidOps || ops.back().constant != term.constant) {
+            ops.push_back({term.constant, num++, -1});
+        }
+        if (term.dk > 0 && ops.back().beside < 0) ops.back().beside = num++;
+    }
+    return num;
+}
+
+constexpr int kMostBands = 2 * kMaxOps;
+
+// Sums of bands with their coefficients, `constant` + sum of c x.
+struct BandSum {
+    double constant;
+    int num;
+    const double* const* band;
+    const double* coefficient;
+    std::ptrdiff_t size;  // a multiple of kVecStep
+    double* out;
+};
+
+template <class Vec>
+KIV_INLINE void SumBandsBody(const BandSum& run) {
+    constexpr std::ptrdiff_t kWidth = sizeof(Vec) / sizeof(double);
+    for (std::ptrdiff_t q = 0; q < run.size; q += kWidth) {
+        Vec sum = Vec{} + run.constant;
+        for (int i = 0; i < run.num; ++i) {
+            Vec band;
+            LoadVec(band, run.band[i] + q);
+            sum += run.coefficient[i] * band;
+        }
+        StoreVec(run.out + q, sum);
+    }
+}
+
+KIV_KERNEL(SumBands, BandSum)
+
+}  // namespace
+
+bool OperatorBands::CanHold(const Hamiltonian& H) {
+    if (H.is_complex || H.KeptRotations() != kAllC2) return false;
+    const auto terms = HamTerms();
+    return std::none_of(terms.begin(), terms.end(), [&](const HamTerm& term) {
+        return H.Uses(term) && term.keeps == kAllC2 && term.dk > 2;
+    });
+}
+
+Status OperatorBands::Build(const Hamiltonian& H, std::span<const int> J, const Memory& memory,
+                            BlockScratch& s) {
+    std::vector<BandedOp> ops;
+    const int num_bands = ListOps(H, ops);
+    if (ops == ops_ && first_.size() == J.size()) return {};
+    ops_.clear();
+    std::vector<std::ptrdiff_t> first;
+    std::ptrdiff_t size = 0;
+    for (const int of : J) {
+        first.push_back(size);
+        size += num_bands * Stride(of);
+    }
+    if (!bands_.Take(memory, size)) return NoMemory(array_name::kBlocks);
+    for (std::size_t i = 0; i < J.size(); ++i) {
+        BuildBlocks(H, J[i], s);
+        double* const bands = bands_.data() + first[i];
+        const BandedOp* to = ops.data();
+        for (int k = 0; k < s.num_ops; ++k) {
+            const HamOp& op = s.op[k];
+            if (op.zero_by_symmetry) continue;
+            const int n = 2 * J[i] + 1;
+            std::copy_n(op.band[0], n, bands + to->diagonal * Stride(J[i]));
+            if (op.width > 0) std::copy_n(op.band[1], n, bands + to->beside * Stride(J[i]));
+            ++to;
+        }
+    }
+    ops_ = std::move(ops);
+    first_ = std::move(first);
+    return {};
+}
+
+void OperatorBands::Sum(const Hamiltonian& H, std::size_t place, int J, double* d,
+                        double* e) const {
+    const double A = H.value(Constant::A), B = H.value(Constant::B), C = H.value(Constant::C);
+    const double P = (B + C) / 2;
+    std::array<const double*, kMostBands> diagonal, beside;
+    std::array<double, kMostBands> of_diagonal, of_beside;
+    std::size_t num_diagonal = 0, num_beside = 0;
+    for (std::size_t i = 0; i < ops_.size(); ++i) {
+        const BandedOp& op = ops_[i];
+        const double value = i == kPz2          ? A - P
+                             : i == kDifference ? (B - C) / 2
+                                                : H.value(op.constant);
+        diagonal[num_diagonal] = of(place) + op.diagonal * Stride(J);
+        of_diagonal[num_diagonal++] = value;
+        if (op.beside < 0) continue;
+        beside[num_beside] = of(place) + op.beside * Stride(J);
+        of_beside[num_beside++] = value;
+    }
+    const double X = double(J) * (J + 1);
+    SumBands(
+        {X * P, static_cast<int>(num_diagonal), diagonal.data(), of_diagonal.data(), Stride(J), d});
+    SumBands({0.0, static_cast<int>(num_beside), beside.data(), of_beside.data(), Stride(J), e});
+}
+
+}  // namespace kiv
