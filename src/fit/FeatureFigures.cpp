@@ -87,12 +87,13 @@ void SetParameters(const EndedFit& ended, FeatureFit& fit) {
 
 void SetFates(const EndedFit& ended, FeatureFit& fit) {
     std::size_t row = 0;
+    const std::vector<double> leverages = ended.problem.Leverages();
     std::vector<FeatureFate> fate(fit.residuals.size(), FeatureFate::Unmatched);
     for (std::size_t e = 0; e < ended.fate.size(); ++e) {
         const Equation& equation = ended.features.equation(e);
         const bool is_used = ended.fate[e] == FeatureFate::Used;
         const bool is_difference = equation.minus != Equation::kNone;
-        const double leverage = is_used ? ended.problem.Leverage(row++) : 0.0;
+        const double leverage = is_used ? leverages[row++] : 0.0;
         for (const std::size_t i : {equation.plus, equation.minus}) {
             if (i == Equation::kNone) continue;
             fate[i] = std::min(fate[i], ended.fate[e]);

@@ -31,7 +31,7 @@ Status LinearProblem::Begin(const Memory& memory, std::size_t rows, std::size_t 
     parameters_ = parameters;
     const auto n = static_cast<std::int64_t>(rows_), p = static_cast<std::int64_t>(parameters);
     if (!matrix_.Take(memory, n * p)) return NoMemory(array_name::kFitDerivatives);
-    if (!u_.Take(memory, (n + 1) * (p + 1))) return NoMemory(array_name::kFitMatrix);
+    if (!u_.Take(memory, (p + 1) * (p + 1))) return NoMemory(array_name::kFitMatrix);
     if (!v_.Take(memory, (p + 1) * (p + 1))) return NoMemory(array_name::kFitVectors);
     if (!w_.Take(memory, p + 1)) return NoMemory(array_name::kSingularValues);
     size_.assign(parameters, 0.0);
@@ -74,21 +74,33 @@ Status LinearProblem::Decompose(std::span<const std::size_t> to_hold, const Memo
         if (w_[least + 1] > Tolerance() * most) break;
         HoldNullVector(least, to_hold);
     }
-    along_.assign(rank(), 0.0);
-    for (std::size_t j = 0; j < rank(); ++j) {
-        for (std::size_t i = 0; i < rows_; ++i) along_[j] += U(i, j) * right_[i];
+    const std::size_t n = rank();
+    along_.assign(n, 0.0);
+    if (n == 0) return {};
+    std::vector<double> right(factors_.stride());
+    std::copy(right_.begin(), right_.end(), right.begin());
+    factors_.MultiplyByTransposed(right.data());
+    for (std::size_t j = 0; j < n; ++j) {
+        const double* const u = &u_[(j + 1) * (n + 1) + 1];
+        for (std::size_t i = 0; i < n; ++i) along_[j] += u[i] * right[i];
     }
     return {};
 }
 
 Status LinearProblem::DecomposeActive(const Memory& memory) {
     const std::size_t n = rank();
+    if (!factors_.Take(memory, rows_, n)) return NoMemory(array_name::kFitMatrix);
     for (std::size_t k = 0; k < n; ++k) {
-        std::copy_n(&matrix_[active_[k] * rows_], rows_, &u_[(k + 1) * (rows_ + 1) + 1]);
+        std::copy_n(&matrix_[active_[k] * rows_], rows_, factors_.Column(k));
     }
-    return svdcmp({u_.data(), static_cast<std::ptrdiff_t>(rows_ + 1)},
-                  static_cast<std::int64_t>(rows_), static_cast<int>(n), w_.data(),
-                  {v_.data(), static_cast<std::ptrdiff_t>(n + 1)}, memory);
+    factors_.Factorise();
+    for (std::size_t k = 0; k < n; ++k) {
+        double* const column = &u_[(k + 1) * (n + 1) + 1];
+        for (std::size_t i = 0; i < n; ++i) column[i] = i <= k ? factors_.R(i, k) : 0.0;
+    }
+    return svdcmp({u_.data(), static_cast<std::ptrdiff_t>(n + 1)}, static_cast<std::int64_t>(n),
+                  static_cast<int>(n), w_.data(), {v_.data(), static_cast<std::ptrdiff_t>(n + 1)},
+                  memory);
 }
 
 // The rounding of a column grows with the cancellation in it.
@@ -164,10 +176,15 @@ double LinearProblem::Root(std::size_t parameter, std::size_t value) const {
            (w_[value + 1] * length_[parameter]);
 }
 
-double LinearProblem::Leverage(std::size_t row) const {
-    double sum = 0.0;
-    for (std::size_t j = 0; j < rank(); ++j) sum += U(row, j) * U(row, j);
-    return sum;
+std::vector<double> LinearProblem::Leverages() const {
+    std::vector<double> leverages(rows_), column(factors_.stride());
+    for (std::size_t k = 0; k < rank(); ++k) {  // the squares of column k of Q
+        std::fill(column.begin(), column.end(), 0.0);
+        column[k] = 1.0;
+        factors_.MultiplyByQ(column.data());
+        for (std::size_t i = 0; i < rows_; ++i) leverages[i] += column[i] * column[i];
+    }
+    return leverages;
 }
 
 }  // namespace kiv

@@ -2,7 +2,8 @@
 //
 // Rows are derivatives over uncertainties, the right side misfits over uncertainties. Columns are
 // scaled to unit length, so that singular values say how well the constants can be told apart,
-// whatever their units.
+// whatever their units. They are those of the triangle R of A = Q R, which is as small as the
+// number of constants.
 #pragma once
 
 #include <cstddef>
@@ -11,6 +12,7 @@
 
 #include "kiv/array.h"
 #include "kiv/error.h"
+#include "linalg/Qr.h"
 
 namespace kiv {
 
@@ -48,23 +50,20 @@ class LinearProblem {
     };
 
     /// The solution, or the best step of `radius` when it is longer: s = V w c / (w^2 + lambda),
-    /// c = U^T b. Source: J. J. More, in Numerical Analysis, Lecture Notes in Mathematics 630
+    /// c = (Q U)^T b. Source: J. J. More, in Numerical Analysis, Lecture Notes in Mathematics 630
     /// (Springer, 1978).
     Step Solve(double radius) const;
 
     /// F with C = F F^T, C being the covariance: element of a parameter and of a singular value.
     double Root(std::size_t parameter, std::size_t value) const;
 
-    /// Diagonal of the hat matrix.
-    double Leverage(std::size_t row) const;
+    /// Diagonal of the hat matrix, row by row.
+    std::vector<double> Leverages() const;
 
   private:
     Status DecomposeActive(const Memory& memory);
     void HoldNullVector(std::size_t value, std::span<const std::size_t> to_hold);
     double Tolerance() const;
-    double U(std::size_t row, std::size_t value) const {
-        return u_[(value + 1) * (rows_ + 1) + row + 1];
-    }
     double V(std::size_t place, std::size_t value) const {
         return v_[(value + 1) * (active_.size() + 1) + place + 1];
     }
@@ -77,8 +76,9 @@ class LinearProblem {
     std::vector<double> right_;
     std::vector<std::size_t> active_;  // parameters that are not held
     std::vector<Held> held_;
-    Array<double> u_, v_, w_;    // of the active columns; the published routines count from 1
-    std::vector<double> along_;  // U^T b
+    QrFactors factors_;          // of the active columns
+    Array<double> u_, v_, w_;    // R = U diag(w) V^T; the published routines count from 1
+    std::vector<double> along_;  // (Q U)^T b
     double condition_ = 1.0;
 };
 
