@@ -1,5 +1,6 @@
 // What is wrong or doubtful about a measured line, and which lines are one feature.
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 
 #include "named/LineRows.h"
@@ -31,6 +32,17 @@ std::string Existing(const LineLevel& level) {
 
 }  // namespace
 
+// By multiplication with odd numbers, the way of Fowler, Noll and Vo.
+std::size_t LinePairHash::operator()(const LinePair& pair) const {
+    std::uint64_t hash = 0xcbf29ce484222325U;
+    for (const LineLevel& level : {pair.first, pair.second}) {
+        for (const int number : {level.v, level.J, level.Ka, level.Kc}) {
+            hash = (hash ^ static_cast<std::uint32_t>(number)) * 0x100000001b3U;
+        }
+    }
+    return hash;
+}
+
 bool LineCollector::CheckState(const LineRow& row, LineColumn column, int v) const {
     if (v == 0 || (v == 1 && context_.two_states)) return true;
     report_.Add(FindingCode::BadLineRow, row.place(column),
@@ -49,13 +61,13 @@ bool LineCollector::CheckLevel(const LineLevel& level, Place place) const {
 
 bool LineCollector::CheckJumps(const LineRow& row) const {
     const LineLevel &upper = row.transition.upper, &lower = row.transition.lower;
-    const std::string levels = TextOf(upper) + " - " + TextOf(lower);
     const char* why = nullptr;
     if (std::abs(upper.J - lower.J) > 1) why = " changes J by more than 1";
     if (upper.J == 0 && lower.J == 0) why = " leads from J = 0 to J = 0";
     if (upper == lower) why = " leads from a level to itself";
     if (!why) return true;
-    report_.Add(FindingCode::ForbiddenTransition, row.place(LineColumn::JUp), levels + why);
+    report_.Add(FindingCode::ForbiddenTransition, row.place(LineColumn::JUp),
+                TextOf(upper) + " - " + TextOf(lower) + why);
     return false;
 }
 

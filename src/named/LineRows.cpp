@@ -70,11 +70,21 @@ bool LineSplitter::Next() {
     text_.remove_prefix(std::min(size + 1, text_.size()));
     if (line_.ends_with('\r')) line_.remove_suffix(1);
     ++number_;
+    counted_ = 0;
+    characters_ = 0;
     return true;
 }
 
+// Places of a line are mostly asked for from left to right.
 Place LineSplitter::At(std::size_t offset) const {
-    return {number_, CountCharacters(line_.substr(0, offset)) + 1};
+    offset = std::min(offset, line_.size());
+    if (offset < counted_) counted_ = 0, characters_ = 0;
+    const int characters = characters_ + CountCharacters(line_.substr(counted_, offset - counted_));
+    if (offset > 0 && static_cast<unsigned char>(line_[offset - 1]) < 0x80) {
+        counted_ = offset;
+        characters_ = characters;
+    }
+    return {number_, characters + 1};
 }
 
 std::vector<LineWord> WordsOf(std::string_view line) {

@@ -4,10 +4,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -72,6 +72,9 @@ class LineSplitter {
   private:
     std::string_view text_, line_;
     int number_ = 0;
+    // a place of the line up to which characters were counted, behind an ASCII one
+    mutable std::size_t counted_ = 0;
+    mutable int characters_ = 0;
 };
 
 /// A word of a line and where it begins.
@@ -108,6 +111,13 @@ bool TellResembled(std::string_view row, LineFormat format, Place place, const L
 /// Which neighbouring rows are one feature.
 enum class BlendRule : std::uint8_t { None, Frequency, FrequencyAndUncertainty };
 
+/// Upper and lower level of a transition.
+using LinePair = std::pair<LineLevel, LineLevel>;
+
+struct LinePairHash {
+    std::size_t operator()(const LinePair& pair) const;
+};
+
 /// Puts rows into features and tells what is wrong or doubtful about them.
 class LineCollector {
   public:
@@ -131,9 +141,9 @@ class LineCollector {
     const LineContext& context_;
     const LineReport& report_;
     std::vector<LineFeature> features_;
-    double last_uncertainty_ = 0.0;                         // of the last row
-    Place weight_place_;                                    // of its weight
-    std::map<std::pair<LineLevel, LineLevel>, int> lines_;  // where each transition stood first
+    double last_uncertainty_ = 0.0;                          // of the last row
+    Place weight_place_;                                     // of its weight
+    std::unordered_map<LinePair, int, LinePairHash> lines_;  // where each transition stood first
 };
 
 // The rows of each format.

@@ -1,6 +1,7 @@
 // Line files with a header row: separators, quotes, comments.
 #include <algorithm>
 #include <array>
+#include <deque>
 
 #include "named/LineRows.h"
 #include "named/NumberWord.h"
@@ -12,36 +13,34 @@ namespace {
 constexpr std::string_view kSeparators = ",;\t";
 
 struct Field {
-    std::string text;
+    std::string_view text;
     std::size_t offset = 0;
 };
 
-// The fields of a line.
-struct Fields {
-    std::vector<Field> fields;
-    std::optional<std::size_t> fault;  // where a quote is wrong
-};
-
+// Splits lines into fields, which are valid until the next line.
 class FieldSplitter {
   public:
-    FieldSplitter(std::string_view line, char separator) : line_(line), separator_(separator) {}
-
-    // Splits a line; '#' behind a blank or at the start of a field begins a comment.
-    Fields Split() {
+    // Where a quote is wrong; none when the line could be split. '#' behind a blank or at the start
+    // of a field begins a comment.
+    std::optional<std::size_t> Split(std::string_view line, char separator) {
+        line_ = line;
+        separator_ = separator;
+        at_ = 0;
+        fields_.clear();
+        unquoted_.clear();
+        fault_.reset();
         while (!fault_) {
             SkipBlanks();
             fields_.push_back({"", at_});
             if (AtEnd() || line_[at_] == '#') break;
-            if (line_[at_] == '"') {
-                TakeQuoted(fields_.back().text);
-            } else {
-                TakePlain(fields_.back().text);
-            }
+            fields_.back().text = line_[at_] == '"' ? Quotation() : Plain();
             if (AtEnd() || line_[at_] != separator_) break;
             ++at_;
         }
-        return {std::move(fields_), fault_};
+        return fault_;
     }
+
+    const std::vector<Field>& fields() const { return fields_; }
 
   private:
     bool AtEnd() const { return at_ == line_.size(); }
@@ -50,18 +49,19 @@ class FieldSplitter {
         while (!AtEnd() && IsBlank(line_[at_])) ++at_;
     }
 
-    void TakePlain(std::string& text) {
+    std::string_view Plain() {
         const std::size_t first = at_;
         while (!AtEnd() && line_[at_] != separator_ &&
                !(line_[at_] == '#' && IsBlank(line_[at_ - 1]))) {
             ++at_;
         }
-        text = Trimmed(line_.substr(first, at_ - first));
+        return Trimmed(line_.substr(first, at_ - first));
     }
 
     // "text with ""quotes"" in it"
-    void TakeQuoted(std::string& text) {
+    std::string_view Quotation() {
         const std::size_t first = at_++;
+        std::string& text = unquoted_.emplace_back();
         bool is_closed = false;
         while (!AtEnd() && !is_closed) {
             if (line_[at_] != '"') {
@@ -77,12 +77,14 @@ class FieldSplitter {
         SkipBlanks();
         if (!is_closed) fault_ = first;
         if (!AtEnd() && line_[at_] != separator_ && line_[at_] != '#') fault_ = at_;
+        return text;
     }
 
     std::string_view line_;
-    char separator_;
+    char separator_ = ',';
     std::size_t at_ = 0;
     std::vector<Field> fields_;
+    std::deque<std::string> unquoted_;
     std::optional<std::size_t> fault_;
 };
 
@@ -119,20 +121,20 @@ class CsvReader {
         return false;
     }
 
-    // The fields of the line; none when a quote is wrong, which is told.
-    std::optional<std::vector<Field>> Split() const {
-        Fields row = FieldSplitter(splitter_.line(), separator_).Split();
-        if (!row.fault) return std::move(row.fields);
-        report_.Add(FindingCode::BadLineRow, splitter_.At(*row.fault),
+    // The fields of the line; null when a quote is wrong, which is told.
+    const std::vector<Field>* Split() {
+        const auto fault = fields_.Split(splitter_.line(), separator_);
+        if (!fault) return &fields_.fields();
+        report_.Add(FindingCode::BadLineRow, splitter_.At(*fault),
                     "a quoted field ends with a quote and is followed by a separator");
-        return {};
+        return nullptr;
     }
 
     bool ReadHeader() {
         const std::string_view line = splitter_.line();
         const std::size_t first = line.find_first_of(kSeparators);
         separator_ = first == std::string_view::npos ? ',' : line[first];
-        const auto names = Split();
+        const std::vector<Field>* const names = Split();
         if (!names) return false;
         const bool has_known = std::any_of(names->begin(), names->end(), [](const Field& name) {
             return ColumnNamed(name.text).has_value();
@@ -168,7 +170,7 @@ class CsvReader {
                 good = false;
             } else if (IndexOf(*column) >= 0) {
                 report_.Add(FindingCode::SurplusValue, place,
-                            "the column " + name.text + " stands there twice");
+                            "the column " + std::string(name.text) + " stands there twice");
                 good = false;
             } else {
                 index_[static_cast<std::size_t>(*column)] = static_cast<int>(num_columns_);
@@ -193,7 +195,7 @@ class CsvReader {
     int IndexOf(LineColumn column) const { return index_[static_cast<std::size_t>(column)]; }
 
     void ReadRow() {
-        const auto fields = Split();
+        const std::vector<Field>* const fields = Split();
         if (!fields || !HasFairSize(*fields)) return;
         LineRow row(splitter_.number(), splitter_.At(fields->front().offset), context_);
         for (int i = 0; i < kNumLineColumns; ++i) {
@@ -251,7 +253,7 @@ class CsvReader {
                                  static_cast<int>(i) == IndexOf(LineColumn::Uncertainty);
             const bool touch = rest.offset == whole.offset + whole.text.size() + 1;
             if (!is_real || !touch || !AreDigits(whole.text) || !AreDigits(rest.text)) continue;
-            const std::string word = whole.text + "," + rest.text;
+            const std::string word = std::string(whole.text) + "," + std::string(rest.text);
             const auto column = static_cast<int>(i) == IndexOf(LineColumn::Frequency)
                                     ? LineColumn::Frequency
                                     : LineColumn::Uncertainty;
@@ -277,7 +279,7 @@ class CsvReader {
     bool ReadQuanta(const std::vector<Field>& fields, LineRow& row) const {
         bool good = true;
         for (const LineColumn column : kQuantumColumns) {
-            const std::string& text = FieldOf(fields, column)->text;
+            const std::string_view text = FieldOf(fields, column)->text;
             good &= !text.empty()
                         ? ReadField(text, row.place(column), column, report_, row.quantum(column))
                         : TellEmpty(row, column);
@@ -296,7 +298,7 @@ class CsvReader {
     bool ReadReal(const std::vector<Field>& fields, const LineRow& row, LineColumn column,
                   double& to) const {
         const Place place = row.place(column);
-        const std::string& text = FieldOf(fields, column)->text;
+        const std::string_view text = FieldOf(fields, column)->text;
         if (text.empty()) {
             return column == LineColumn::Uncertainty ? true : TellEmpty(row, column);
         }
@@ -313,6 +315,7 @@ class CsvReader {
     }
 
     LineSplitter splitter_;
+    FieldSplitter fields_;
     const LineContext& context_;
     const LineReport& report_;
     LineCollector& lines_;

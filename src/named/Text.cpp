@@ -59,7 +59,8 @@ std::string_view FirstCharacter(std::string_view text) {
 int CountCharacters(std::string_view text) {
     int count = 0;
     while (!text.empty()) {
-        text.remove_prefix(FirstCharacter(text).size());
+        const bool is_ascii = static_cast<unsigned char>(text[0]) < 0x80;
+        text.remove_prefix(is_ascii ? 1 : FirstCharacter(text).size());
         ++count;
     }
     return count;
@@ -138,10 +139,10 @@ std::string_view Nearest(std::string_view word, std::span<const std::string> kno
 }
 
 std::string_view Trimmed(std::string_view text) {
-    constexpr std::string_view kBlanks = " \t\r\n\v\f";
-    const std::size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+    const auto is_blank = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+    while (!text.empty() && is_blank(text.front())) text.remove_prefix(1);
+    while (!text.empty() && is_blank(text.back())) text.remove_suffix(1);
+    return text;
 }
 
 }  // namespace kiv
