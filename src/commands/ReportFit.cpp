@@ -79,7 +79,7 @@ void Constants::AddVaried(const std::string& name, const FeatureParameter& varie
     }
     row.push_back(StartText(parameter.start));
     row.push_back(Format("%+.5g", parameter.value - parameter.start));
-    table_.Add(std::move(row));
+    table_.Add(row);
     if (!varied.determined) notes_ += "  " + name + ": " + HeldText(varied) + "\n";
 }
 
@@ -91,10 +91,10 @@ void Constants::AddFixed(const std::string& name, const JobConstant& constant) {
     const bool follows = job_.input.relative && constant.state == kUpper && constant.constant &&
                          PlaceOf({kLower, constant.constant});
     std::vector<std::string> row{name, StartText(term.value)};
-    if (fit_.parameters.empty()) return table_.Add(std::move(row));
+    if (fit_.parameters.empty()) return table_.Add(row);
     if (!fit_.uniform) row.emplace_back();
     row.emplace_back(follows ? "follows lower" : "fixed");
-    table_.Add(std::move(row));
+    table_.Add(row);
 }
 
 std::string Constants::Text() {
@@ -213,7 +213,7 @@ std::string Triangle(const FeatureFit& fit, const std::vector<std::size_t>& orde
             for (std::size_t k = first; k < std::min(last, i + 1); ++k) {
                 row.push_back(Format("%.4f", fit.Correlation(order[i], order[k])));
             }
-            table.Add(std::move(row));
+            table.Add(row);
         }
         text += (first == 0 ? "" : "\n") + table.text();
     }

@@ -3,6 +3,8 @@
 #include <array>
 #include <cmath>
 #include <map>
+#include <numeric>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -28,8 +30,8 @@ const char* BandOf(const LineTransition& line) {
 }
 
 // The type of all transitions of a feature.
-std::string BandOf(const LineFeature& feature) {
-    const std::string band = BandOf(feature.transitions.front());
+std::string_view BandOf(const LineFeature& feature) {
+    const std::string_view band = BandOf(feature.transitions.front());
     const bool is_pure =
         std::all_of(feature.transitions.begin(), feature.transitions.end(),
                     [&](const LineTransition& line) { return BandOf(line) == band; });
@@ -81,7 +83,7 @@ class LineReport {
         return fit_.residuals[i].observed - *fit_.residuals[i].calculated;
     }
 
-    std::vector<std::string> LineRow(std::size_t i) const;
+    void PutLine(std::size_t i, TextTable& table) const;
     std::string AllLines() const;
     std::string Groups() const;
     template <class Key>
@@ -99,23 +101,25 @@ class LineReport {
     int number_width_ = 1;
 };
 
-std::vector<std::string> LineReport::LineRow(std::size_t i) const {
+void LineReport::PutLine(std::size_t i, TextTable& table) const {
     const LineTransition& first = features_[i].transitions.front();
     const FeatureResidual& residual = fit_.residuals[i];
-    std::vector<std::string> row{LineOf(first), TransitionOf(first), Number(residual.observed)};
+    table.Put(LineOf(first));
+    table.Put(TransitionOf(first));
+    table.Put(Number(residual.observed));
     if (!residual.calculated) {
-        row.emplace_back("unmatched");
-        return row;
+        table.Put("unmatched");
+        return table.EndRow();
     }
-    row.push_back(Number(Misfit(i)));
-    row.push_back(residual.uncertainty > 0.0 ? Fixed(Misfit(i) / residual.uncertainty, 2) : "");
+    table.Put(Number(Misfit(i)));
+    table.Put(residual.uncertainty > 0.0 ? Fixed(Misfit(i) / residual.uncertainty, 2) : "");
     if (residual.fate == FeatureFate::Rejected) {
-        row.emplace_back("rejected");
+        table.Put("rejected");
     } else if (IsFit()) {
-        row.push_back(Fixed(residual.leverage, 4));
+        table.Put(Fixed(residual.leverage, 4));
     }
-    if (IsFit()) row.push_back(Fixed(residual.predicted_sd, digits_ + 1));
-    return row;
+    if (IsFit()) table.Put(Fixed(residual.predicted_sd, digits_ + 1));
+    table.EndRow();
 }
 
 std::string LineReport::AllLines() const {
@@ -127,7 +131,7 @@ std::string LineReport::AllLines() const {
                      {IsFit() ? "leverage" : ""},
                      {IsFit() ? "predicted" : ""}});
     for (std::size_t i = 0; i < features_.size(); ++i) {
-        table.Add(LineRow(i));
+        PutLine(i, table);
         const auto& transitions = features_[i].transitions;
         for (std::size_t k = 1; k < transitions.size(); ++k) {
             table.Add({LineOf(transitions[k]), TransitionOf(transitions[k])});
@@ -176,7 +180,7 @@ std::string LineReport::Ranges(const char* heading, const std::map<int, Deviatio
 }
 
 std::string LineReport::Groups() const {
-    std::map<std::string, Deviations> of_band;
+    std::map<std::string_view, Deviations> of_band;
     std::map<int, Deviations> of_J, of_Ka;
     for (std::size_t i = 0; i < features_.size(); ++i) {
         const FeatureResidual& residual = fit_.residuals[i];
@@ -235,18 +239,30 @@ void LineReport::AddRepeat(const std::vector<std::size_t>& group, TextTable& tab
 
 // Features with the same transitions.
 std::string LineReport::Repeats() const {
-    std::map<std::vector<std::pair<LineLevel, LineLevel>>, std::vector<std::size_t>> same;
-    std::vector<std::vector<std::size_t>*> in_order;
-    for (std::size_t i = 0; i < features_.size(); ++i) {
-        std::vector<std::pair<LineLevel, LineLevel>> key;
-        for (const LineTransition& line : features_[i].transitions) {
+    using Key = std::vector<std::pair<LineLevel, LineLevel>>;
+    std::vector<Key> keys;
+    for (const LineFeature& feature : features_) {
+        Key& key = keys.emplace_back();
+        for (const LineTransition& line : feature.transitions) {
             key.emplace_back(line.upper, line.lower);
         }
         std::sort(key.begin(), key.end());
-        std::vector<std::size_t>& group = same[std::move(key)];
-        group.push_back(i);
-        if (group.size() == 2) in_order.push_back(&group);
     }
+    std::vector<std::size_t> order(keys.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+        const auto by_key = keys[a] <=> keys[b];
+        return by_key == 0 ? a < b : by_key < 0;
+    });
+    std::vector<std::vector<std::size_t>> in_order;
+    for (auto first = order.begin(); first != order.end();) {
+        const auto end = std::find_if(first, order.end(),
+                                      [&](std::size_t i) { return keys[i] != keys[*first]; });
+        if (end - first > 1) in_order.emplace_back(first, end);
+        first = end;
+    }
+    std::sort(in_order.begin(), in_order.end(),
+              [](const auto& a, const auto& b) { return a[1] < b[1]; });
     if (in_order.empty()) return "\nrepeated measurements: none\n";
     TextTable table({{"transition", Align::Left},
                      {"times"},
@@ -254,7 +270,7 @@ std::string LineReport::Repeats() const {
                      {"o-c"},
                      {"spread"},
                      {"lines", Align::Left}});
-    for (const std::vector<std::size_t>* group : in_order) AddRepeat(*group, table);
+    for (const std::vector<std::size_t>& group : in_order) AddRepeat(group, table);
     return "\nrepeated measurements\n" + table.text();
 }
 
@@ -274,7 +290,7 @@ std::string LineReport::Blends() const {
                 row.insert(row.end(), {Number(part.position), Fixed(part.weight, 4),
                                        Number(feature.frequency - part.position)});
             }
-            table.Add(std::move(row));
+            table.Add(row);
         }
     }
     return table.empty() ? "\nblends: none\n" : "\nblends\n" + table.text();

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -44,18 +45,32 @@ class TextTable {
     explicit TextTable(std::vector<Column> columns) : columns_(std::move(columns)) {}
 
     /// Cells from the first column on; those that are missing are empty.
-    void Add(std::vector<std::string> row) { rows_.push_back(std::move(row)); }
+    void Add(const std::vector<std::string>& row) {
+        for (const std::string& cell : row) Put(cell);
+        EndRow();
+    }
+
+    /// The next cell of a row, and the end of it.
+    void Put(std::string_view cell) {
+        cells_ += cell;
+        ends_.push_back(cells_.size());
+    }
+    void EndRow() { rows_.push_back(ends_.size()); }
     bool empty() const { return rows_.empty(); }
 
     /// Headings and rows, indented by two blanks, without blanks at the ends of lines.
     std::string text() const;
 
   private:
-    void AddRow(const std::vector<std::string>& row, const std::vector<std::size_t>& widths,
-                std::size_t gap, std::string& text) const;
+    std::size_t StartOf(std::size_t cell) const { return cell == 0 ? 0 : ends_[cell - 1]; }
+    std::string_view Cell(std::size_t cell) const {
+        return std::string_view(cells_).substr(StartOf(cell), ends_[cell] - StartOf(cell));
+    }
 
     std::vector<Column> columns_;
-    std::vector<std::vector<std::string>> rows_;
+    std::string cells_;
+    std::vector<std::size_t> ends_;  // of each cell among them
+    std::vector<std::size_t> rows_;  // for each row the number of cells up to its end
 };
 
 }  // namespace kiv

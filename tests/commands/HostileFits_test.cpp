@@ -62,7 +62,7 @@ constexpr Hostile kHostile[] = {
      }},
     {"starting values beyond all reason", 4, "negative",
      [](std::string& input, std::vector<std::string>&) {
-         HostileFits::Replace(input, "A = 9010.0", "A = 1e140");
+         HostileFits::Replace(input, "A = 9010.0", "A = 1e150");
      }},
     {"one line 1e6 off", 4, "",
      [](std::string&, std::vector<std::string>& lines) {
