@@ -88,6 +88,7 @@ Status FeatureProblem::Begin(const Model& model, std::span<const FitParameter> p
 }
 
 Status FeatureProblem::Solve(const Model& model, Workspace& work, Report& report) {
+    is_linear_ = false;
     KIV_TRY(levels_.Solve(model, work, report));
     SetMisfits(model.origin.value);
     return {};
@@ -110,6 +111,7 @@ void FeatureProblem::SetMisfits(double origin) {
 }
 
 Status FeatureProblem::Linearise(const Model& model, Workspace& work) {
+    if (is_linear_) return {};
     KIV_TRY(features_.WeighBlends(model, rules_, levels_, work));
     SetMisfits(model.origin.value);
     has_line_.assign(features_.size(), false);
@@ -128,6 +130,7 @@ Status FeatureProblem::Linearise(const Model& model, Workspace& work) {
         open_.push_back(has_lines ? FeatureFate::Used : FeatureFate::Unmatched);
     }
     FillDerivatives();
+    is_linear_ = true;
     return {};
 }
 

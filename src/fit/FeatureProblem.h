@@ -37,7 +37,10 @@ class FeatureProblem {
     Status Linearise(const Model& model, Workspace& work);
 
     /// Finds levels by symmetry instead of energy rank, see StateLevels.
-    void FollowSymmetry(bool follow) { levels_.FollowSymmetry(follow); }
+    void FollowSymmetry(bool follow) {
+        is_linear_ = is_linear_ && follow == levels_.follows_symmetry();
+        levels_.FollowSymmetry(follow);
+    }
 
     /// Fills the rows of a cycle with the equations that are used. NoMemory.
     Status Fill(std::span<const FeatureFate> fate, const Memory& memory,
@@ -90,6 +93,7 @@ class FeatureProblem {
     StateLevels levels_;
     std::vector<double> calculated_;  // of the features
     std::vector<bool> has_line_;
+    bool is_linear_ = false;                // the last Linearise is still right
     Table<double> derivative_, term_size_;  // of the features
 };
 

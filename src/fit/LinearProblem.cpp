@@ -181,7 +181,7 @@ std::vector<double> LinearProblem::Leverages() const {
     for (std::size_t k = 0; k < rank(); ++k) {  // the squares of column k of Q
         std::fill(column.begin(), column.end(), 0.0);
         column[k] = 1.0;
-        factors_.MultiplyByQ(column.data());
+        factors_.MultiplyByQ(column.data(), k + 1);
         for (std::size_t i = 0; i < rows_; ++i) leverages[i] += column[i] * column[i];
     }
     return leverages;

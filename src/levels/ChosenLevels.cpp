@@ -17,6 +17,7 @@ static_assert(kPairLanes == kMaxBlocks, "the blocks of a J go side by side");
 
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 constexpr int kMaxSteps = 6;         // of an eigenpair; two are enough when constants hardly move
+constexpr double kSettled = 1e-12;   // of the gap to the next level of the block
 constexpr double kTieMargin = 0.25;  // by which bounds of what counts as a tie are taken apart
 constexpr double kAbove = 4.0;       // bounds of the energies that stand for rows of no block
 
@@ -77,7 +78,7 @@ Status ChosenLevels::Choose(std::span<const std::size_t> levels, int max_J, cons
             const auto b = static_cast<std::size_t>(BlockOfLabel(of_J.blocks, odd));
             if (next != sorted.end() && *next == Levels::Index(J, rank)) {
                 if (open[b] == 0 || groups_[open[b] - 1].num == kPairLanes) {
-                    groups_.push_back({static_cast<int>(b), 0, {}, numbers});
+                    groups_.push_back({static_cast<int>(b), 0, {}, {}, numbers});
                     groups_.back().level.fill({rank, before});
                     open[b] = groups_.size();
                     numbers += std::ptrdiff_t{kPairLanes} * of_J.blocks.block[b].N;
@@ -155,9 +156,17 @@ bool ChosenLevels::Improve(const ChosenJ& of_J, Group& group, const Bounds& boun
     } else {
         for (std::size_t k = 0; k < kPairLanes; ++k) {
             const int before = group.level[k].before[static_cast<std::size_t>(group.block)];
-            energy[k] = values_[static_cast<std::size_t>(before * kPairLanes + group.block)];
+            const double* const value = values_.data() + before * kPairLanes + group.block;
+            energy[k] = *value;
+            group.gap[k] = std::numeric_limits<double>::max();
+            if (before > 0) group.gap[k] = value[0] - value[-kPairLanes];
+            if (before + 1 < block.n) {
+                group.gap[k] = std::min(group.gap[k], value[kPairLanes] - value[0]);
+            }
         }
     }
+    // A step leaves the square of its change over the gap as the error of an energy, and of a
+    // vector the change over the gap.
     const double small = 2.0 * kEpsilon * bounds.most;
     bool has_settled = false;
     for (int step = 0; step < kMaxSteps && !has_settled; ++step) {
@@ -165,7 +174,8 @@ bool ChosenLevels::Improve(const ChosenJ& of_J, Group& group, const Bounds& boun
         has_settled = true;
         for (std::size_t k = 0; k < kPairLanes; ++k) {
             energy[k] += change[k];
-            has_settled = has_settled && std::fabs(change[k]) <= small;
+            const double settled = std::max(small, kSettled * group.gap[k]);
+            has_settled = has_settled && std::fabs(change[k]) <= settled;
         }
     }
     for (std::size_t k = 0; k < static_cast<std::size_t>(group.num); ++k) {
@@ -174,47 +184,51 @@ bool ChosenLevels::Improve(const ChosenJ& of_J, Group& group, const Bounds& boun
     return has_settled;
 }
 
-// True when the level has its place in its own block, and in every other block as many levels lie
-// below it as their labels say; levels that tie with it may lie on either side.
-bool ChosenLevels::IsItself(int block, const Chosen& level, double energy, const Bounds& bounds) {
-    const double tie = (1.0 - kTieMargin) * kLevelTie * bounds.least;
-    const double open = (1.0 + kTieMargin) * kLevelTie * bounds.most;
-    const std::array<double, 4> shifts{energy - open, energy - tie, energy + tie, energy + open};
-    std::array<LaneCounts, 4> below;
-    CountEigenvalues(matrices_, shifts, below);
-    for (std::size_t b = 0; b < kMaxBlocks; ++b) {
-        const int expected = level.before[b];
-        const bool is_certain = below[0][b] == below[1][b] && below[2][b] == below[3][b];
-        if (!is_certain || below[0][b] > expected || below[3][b] < expected) return false;
-        const bool is_own = static_cast<int>(b) == block;
-        if (is_own && (below[0][b] != expected || below[3][b] != expected + 1)) return false;
+// Lists shifts on both sides of levels of a J and counts what lies below.
+void ChosenLevels::CountAround(double distance) {
+    shifts_.clear();
+    for (const Open& open : open_) {
+        shifts_.insert(shifts_.end(), {open.energy - distance, open.energy + distance});
     }
-    return true;
+    counts_.resize(shifts_.size());
+    CountEigenvalues(matrices_, shifts_, counts_);
 }
 
-// Where no other level is near, counts on both sides of a level are enough.
+// True when every level has its place in its own block, and in every other block as many levels lie
+// below it as their labels say; levels that tie with it may lie on either side, but none where it
+// is not certain whether they do.
 bool ChosenLevels::AreThemselves(const ChosenJ& of_J, const Bounds& bounds, const Levels& levels) {
-    const double open = (1.0 + kTieMargin) * kLevelTie * bounds.most;
-    shifts_.clear();
+    open_.clear();
     for (const Group& group : GroupsOf(of_J)) {
         for (int k = 0; k < group.num; ++k) {
             const Chosen& level = group.level[static_cast<std::size_t>(k)];
             const double energy = levels.energy[Levels::Index(of_J.J, level.rank)];
-            shifts_.insert(shifts_.end(), {energy - open, energy + open});
-        }
-    }
-    counts_.resize(shifts_.size());
-    CountEigenvalues(matrices_, shifts_, counts_);
-    std::size_t at = 0;
-    for (const Group& group : GroupsOf(of_J)) {
-        for (int k = 0; k < group.num; ++k, at += 2) {
-            const Chosen& level = group.level[static_cast<std::size_t>(k)];
             LaneCounts above = level.before;
             ++above[static_cast<std::size_t>(group.block)];
-            if (counts_[at] == level.before && counts_[at + 1] == above) continue;
-            const double energy = levels.energy[Levels::Index(of_J.J, level.rank)];
-            if (!IsItself(group.block, level, energy, bounds)) return false;
+            open_.push_back({energy, level.before, above, {}, {}});
         }
+    }
+    CountAround((1.0 + kTieMargin) * kLevelTie * bounds.most);
+    std::size_t left = 0;  // levels that are near others
+    for (std::size_t i = 0; i < open_.size(); ++i) {
+        Open& open = open_[i];
+        open.below = counts_[2 * i];
+        open.not_above = counts_[2 * i + 1];
+        for (std::size_t b = 0; b < kMaxBlocks; ++b) {
+            const bool is_own = open.above[b] != open.before[b];
+            const bool is_inside =
+                open.below[b] <= open.before[b] && open.not_above[b] >= open.above[b];
+            const bool is_alone =
+                open.below[b] == open.before[b] && open.not_above[b] == open.above[b];
+            if (!(is_own ? is_alone : is_inside)) return false;
+        }
+        if (open.below != open.before || open.not_above != open.above) open_[left++] = open;
+    }
+    open_.resize(left);
+    CountAround((1.0 - kTieMargin) * kLevelTie * bounds.least);
+    for (std::size_t i = 0; i < left; ++i) {
+        if (counts_[2 * i] != open_[i].below || counts_[2 * i + 1] != open_[i].not_above)
+            return false;
     }
     return true;
 }
@@ -310,8 +324,7 @@ void ChosenLevels::SolveWhole(const Hamiltonian& H, std::span<const std::size_t>
 
 Status ChosenLevels::Solve(const LevelTask& task, Workspace& work, Report& report, Levels& levels) {
     auto& scratch = work.Part<SolutionScratch>(Workspace::Slot::Levels).blocks;
-    KIV_TRY(scratch.Fit(work.memory(), max_J_, false));
-    KIV_TRY(operators_.Build(task.H, list_of_J_, work.memory(), scratch.of_J[0]));
+    KIV_TRY(operators_.Build(task.H, list_of_J_, work.memory()));
     ListDerivatives(*task.H.state, levels);
     SetSymmetry(task.H, levels);
     irregular_.clear();
@@ -320,9 +333,10 @@ Status ChosenLevels::Solve(const LevelTask& task, Workspace& work, Report& repor
     for (std::size_t i = 0; i < chosen_.size(); ++i) {
         if (!Follow(task.H, i, levels)) whole.push_back(i);
         if (whole.size() == kTogether || (i + 1 == chosen_.size() && !whole.empty())) {
+            KIV_TRY(scratch.Fit(work.memory(), max_J_, false));
             for (Array<double>& all : all_) {
                 if (all.Fit(work.memory(),
-                               VecOffset(max_J_ + 1) - VecOffset(max_J_) + 3 * kVecStep)) {
+                            VecOffset(max_J_ + 1) - VecOffset(max_J_) + 3 * kVecStep)) {
                     continue;
                 }
                 return NoMemory(array_name::kVectors);

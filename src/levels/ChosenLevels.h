@@ -44,6 +44,7 @@ class ChosenLevels {
     struct Group {
         int block = 0, num = 0;
         std::array<Chosen, kPairLanes> level{};
+        LaneValues gap{};            // to the next level of the block, roughly
         std::ptrdiff_t vectors = 0;  // place in vectors_
     };
     enum class Start : std::uint8_t { Values, Vectors, Whole };
@@ -52,6 +53,12 @@ class ChosenLevels {
         LevelBlocks blocks;
         std::size_t first_group = 0, end_group = 0;
         Start start = Start::Values;
+    };
+    // A level that is to be told from others: by the levels below it and those not above it, as
+    // labels say and as they are counted.
+    struct Open {
+        double energy;
+        LaneCounts before, above, below, not_above;
     };
     struct Bounds {
         double least = 0.0, most = 0.0;  // of the largest energy of a J in size
@@ -66,7 +73,7 @@ class ChosenLevels {
     void SetValues(const ChosenJ& of_J);
     bool Improve(const ChosenJ& of_J, Group& group, const Bounds& bounds, Levels& levels);
     bool AreThemselves(const ChosenJ& of_J, const Bounds& bounds, const Levels& levels);
-    bool IsItself(int block, const Chosen& level, double energy, const Bounds& bounds);
+    void CountAround(double distance);
     void FillLabels(const ChosenJ& of_J, Levels& levels);
     void Derive(const Hamiltonian& H, std::size_t place, Levels& levels);
     bool Follow(const Hamiltonian& H, std::size_t place, Levels& levels);
@@ -87,6 +94,7 @@ class ChosenLevels {
     Array<double> lanes_d_, lanes_e2_, values_;  // its blocks side by side; all their eigenvalues
     Array<double> room_;
     LaneMatrices matrices_;
+    std::vector<Open> open_;
     std::vector<double> shifts_;
     std::vector<LaneCounts> counts_;
 };

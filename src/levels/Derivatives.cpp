@@ -121,6 +121,27 @@ struct LaneSums {
     double* out;
 };
 
+// Sums of L bands times the products in lanes.
+template <int L>
+KIV_INLINE void SumSomeBands(const double* const* bands, const double* products, int n, Vec4* out) {
+    Vec4 sum[L] = {};
+    for (int i = 0; i < n; ++i) {
+        Vec4 p;
+        LoadVec(p, products + std::ptrdiff_t{i} * kPairLanes);
+        for (int k = 0; k < L; ++k) sum[k] += bands[k][i] * p;
+    }
+    for (int k = 0; k < L; ++k) out[k] = sum[k];
+}
+
+KIV_INLINE void SumAllBands(const double* const* bands, std::size_t num, const double* products,
+                            int n, Vec4* out) {
+    std::size_t at = 0;
+    for (; at + 4 <= num; at += 4) SumSomeBands<4>(bands + at, products, n, out + at);
+    if (num - at == 3) return SumSomeBands<3>(bands + at, products, n, out + at);
+    if (num - at == 2) return SumSomeBands<2>(bands + at, products, n, out + at);
+    if (num - at == 1) SumSomeBands<1>(bands + at, products, n, out + at);
+}
+
 // Vec names the instruction set alone: there are four lanes.
 template <class>
 KIV_INLINE void SumLanesBody(const LaneSums& run) {
@@ -135,25 +156,21 @@ KIV_INLINE void SumLanesBody(const LaneSums& run) {
         if (i > 0) StoreVec(next + std::ptrdiff_t{i - 1} * kPairLanes, z * above);
         above = z;
     }
-    double* out = run.out;
+    const double* diagonal[kMaxOps];
+    const double* beside[kMaxOps];
+    Vec4 sum_of[kMaxOps], beside_sum_of[kMaxOps];
+    std::size_t num = 0, num_beside = 0;
     for (const BandedOp& op : run.ops) {
-        const double* const diagonal = run.bands + op.diagonal * run.stride;
-        Vec4 sum = {}, beside_sum = {};
-        for (int i = 0; i < n; ++i) {
-            Vec4 p;
-            LoadVec(p, own + std::ptrdiff_t{i} * kPairLanes);
-            sum += diagonal[i] * p;
-        }
-        if (op.beside >= 0) {
-            const double* const beside = run.bands + op.beside * run.stride;
-            for (int i = 0; i + 1 < n; ++i) {
-                Vec4 p;
-                LoadVec(p, next + std::ptrdiff_t{i} * kPairLanes);
-                beside_sum += beside[i] * p;
-            }
-        }
-        StoreVec(out, sum + 2.0 * beside_sum);
-        out += kPairLanes;
+        diagonal[num++] = run.bands + op.diagonal * run.stride;
+        if (op.beside >= 0) beside[num_beside++] = run.bands + op.beside * run.stride;
+    }
+    SumAllBands(diagonal, num, own, n, sum_of);
+    SumAllBands(beside, num_beside, next, n - 1, beside_sum_of);
+    const Vec4* of_beside = beside_sum_of;
+    for (std::size_t i = 0; i < num; ++i) {
+        Vec4 sum = sum_of[i];
+        if (run.ops[i].beside >= 0) sum += 2.0 * *of_beside++;
+        StoreVec(run.out + i * kPairLanes, sum);
     }
 }
 

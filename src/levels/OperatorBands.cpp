@@ -6,11 +6,18 @@
 #include "base/ArrayName.h"
 #include "base/Failure.h"
 #include "base/Simd.h"
-#include "levels/Bands.h"
 #include "levels/Symmetry.h"
 
 namespace kiv {
 namespace {
+
+constexpr double kSqrt2 = 1.41421356237309504880;
+
+// Px^2 - Py^2, of which the rigid rotor is made beside Pz^2.
+constexpr HamTerm kRigidTerms[] = {
+    {Constant{}, 0, false, false, InReduction::Any, kAllC2,
+     [](double, int K) { return double(K) * K; }},
+    {Constant{}, 2, false, false, InReduction::Any, kAllC2, [](double, int) { return 0.5; }}};
 
 // In the order of BuildBlocks; returns the number of bands.
 int ListOps(const Hamiltonian& H, std::vector<BandedOp>& ops) {
@@ -24,6 +31,25 @@ int ListOps(const Hamiltonian& H, std::vector<BandedOp>& ops) {
         if (term.dk > 0 && ops.back().beside < 0) ops.back().beside = num++;
     }
     return num;
+}
+
+// Adds a term to its operator in a block. Functions of K and -K are folded there: |J,0> couples to
+// its neighbour by sqrt(2) of an element, |J,1> and |J,-1> to each other, which is a part of the
+// diagonal. Operators that keep all rotations have the same elements from K to K + 2 as from -K - 2
+// to -K.
+void AddTerm(const HamTerm& term, int J, const SymBlock& block, const double* root,
+             double* diagonal, double* beside) {
+    const double X = double(J) * (J + 1);
+    if (term.dk == 0) {
+        for (int m = 0; m < block.N; ++m) diagonal[m] += term.factor(X, block.K(m));
+        return;
+    }
+    if (block.K0 == 1) diagonal[0] += block.fold_sign * (term.factor(X, -1) * root[1]);
+    for (int m = 0; m + 1 < block.N; ++m) {
+        const int K = block.K(m);
+        const double element = term.factor(X, K) * root[K + 2];
+        beside[m] += K == 0 ? kSqrt2 * element : element;
+    }
 }
 
 constexpr int kMostBands = 2 * kMaxOps;
@@ -64,8 +90,7 @@ bool OperatorBands::CanHold(const Hamiltonian& H) {
     });
 }
 
-Status OperatorBands::Build(const Hamiltonian& H, std::span<const int> J, const Memory& memory,
-                            BlockScratch& s) {
+Status OperatorBands::Build(const Hamiltonian& H, std::span<const int> J, const Memory& memory) {
     std::vector<BandedOp> ops;
     const int num_bands = ListOps(H, ops);
     if (ops == ops_ && first_.size() == J.size()) return {};
@@ -77,17 +102,29 @@ Status OperatorBands::Build(const Hamiltonian& H, std::span<const int> J, const 
         size += num_bands * Stride(of);
     }
     if (!bands_.Take(memory, size)) return NoMemory(array_name::kBlocks);
+    std::vector<double> root;
     for (std::size_t i = 0; i < J.size(); ++i) {
-        BuildBlocks(H, J[i], s);
-        double* const bands = bands_.data() + first[i];
-        const BandedOp* to = ops.data();
-        for (int k = 0; k < s.num_ops; ++k) {
-            const HamOp& op = s.op[k];
-            if (op.zero_by_symmetry) continue;
-            const int n = 2 * J[i] + 1;
-            std::copy_n(op.band[0], n, bands + to->diagonal * Stride(J[i]));
-            if (op.width > 0) std::copy_n(op.band[1], n, bands + to->beside * Stride(J[i]));
-            ++to;
+        root.clear();  // of the elements from K to K + 2, K = -2...
+        for (int K = -2; K <= J[i] - 2; ++K)
+            root.push_back(K < -J[i] ? 0.0 : LadderRoot(J[i], K, 2));
+        const LevelBlocks blocks = BlocksOf(kAllC2, J[i]);
+        const std::ptrdiff_t stride = Stride(J[i]);
+        double* of_block = bands_.data() + first[i];
+        for (int b = 0; b < blocks.num; ++b) {
+            const SymBlock& block = blocks.block[b];
+            const auto add = [&](const HamTerm& term, const BandedOp& op) {
+                AddTerm(term, J[i], block, root.data(), of_block + op.diagonal * stride,
+                        op.beside < 0 ? nullptr : of_block + op.beside * stride);
+            };
+            add(kRigidTerms[0], ops[kPz2]);
+            add(kRigidTerms[1], ops[kDifference]);
+            auto op = ops.begin() + kRigidOps - 1;
+            for (const HamTerm& term : HamTerms()) {
+                if (!H.Uses(term) || term.keeps != kAllC2) continue;
+                if (op < ops.begin() + kRigidOps || op->constant != term.constant) ++op;
+                add(term, *op);
+            }
+            of_block += block.N;
         }
     }
     ops_ = std::move(ops);

@@ -27,8 +27,7 @@ class OperatorBands {
     static bool CanHold(const Hamiltonian& H);
 
     /// Builds the operators of `H` in the blocks of each J, unless they are there. NoMemory.
-    Status Build(const Hamiltonian& H, std::span<const int> J, const Memory& memory,
-                 BlockScratch& scratch);
+    Status Build(const Hamiltonian& H, std::span<const int> J, const Memory& memory);
 
     std::span<const BandedOp> ops() const { return ops_; }
 

@@ -127,13 +127,16 @@ struct CountRun {
 template <class>
 KIV_INLINE void RunCountBody(const CountRun& run) {
     const LaneMatrices& matrices = *run.matrices;
-    Vec4 pivot[kShifts];
+    Vec4 pivot[kShifts], shift[kShifts];
     Counts4 below[kShifts] = {};
-    for (Vec4& p : pivot) p = Vec4{} + 1.0;
+    for (int k = 0; k < kShifts; ++k) {
+        pivot[k] = Vec4{} + 1.0;
+        shift[k] = Vec4{} + run.shifts[k];
+    }
     for (int i = 0; i < matrices.n; ++i) {
         const Vec4 d = Row(matrices.d, i), e2 = Row(matrices.e2, i);
         for (int k = 0; k < kShifts; ++k) {
-            pivot[k] = (d - run.shifts[k]) - e2 / pivot[k];
+            pivot[k] = (d - shift[k]) - e2 / pivot[k];
             KeepFromZero(pivot[k]);
             below[k] += pivot[k] < 0.0;  // a lane is -1 where it is true
         }

@@ -76,8 +76,8 @@ void QrFactors::MultiplyByTransposed(double* vector) const {
     }
 }
 
-void QrFactors::MultiplyByQ(double* vector) const {
-    for (std::size_t k = columns_; k-- > 0;) {
+void QrFactors::MultiplyByQ(double* vector, std::size_t num) const {
+    for (std::size_t k = std::min(num, columns_); k-- > 0;) {
         Reflect({&a_[k * stride_] + k, RoundedUp(rows_ - k), factor_[k], vector + k, 1, 0});
     }
 }

@@ -27,10 +27,11 @@ class QrFactors {
     /// Numbers of a vector that is multiplied: those behind the rows are 0.
     std::size_t stride() const { return stride_; }
 
-    /// Replaces a vector by its product with Q^T, of which the first `columns` elements count, or
-    /// with Q.
+    /// Replaces a vector by its product with Q^T, of which the first `columns` elements count.
     void MultiplyByTransposed(double* vector) const;
-    void MultiplyByQ(double* vector) const;
+
+    /// Replaces a vector of which the first `num` elements are not 0 by its product with Q.
+    void MultiplyByQ(double* vector, std::size_t num) const;
 
   private:
     std::size_t rows_ = 0, columns_ = 0, stride_ = 0;

@@ -29,7 +29,7 @@ TEST(Qr, FactorsMakeTheMatrix) {
         for (std::size_t k = 0; k < columns; ++k) {
             std::vector<double> product(factors.stride()), column(factors.stride());
             for (std::size_t i = 0; i <= k; ++i) product[i] = factors.R(i, k);
-            factors.MultiplyByQ(product.data());
+            factors.MultiplyByQ(product.data(), k + 1);
             std::copy(a[k].begin(), a[k].end(), column.begin());
             factors.MultiplyByTransposed(column.data());
             double length = 0.0, turned = 0.0;
