@@ -88,7 +88,7 @@ Status FeatureProblem::Begin(const Model& model, std::span<const FitParameter> p
 }
 
 Status FeatureProblem::Solve(const Model& model, Workspace& work, Report& report) {
-    is_linear_ = false;
+    has_derivatives_ = false;
     KIV_TRY(levels_.Solve(model, work, report));
     SetMisfits(model.origin.value);
     return {};
@@ -111,7 +111,6 @@ void FeatureProblem::SetMisfits(double origin) {
 }
 
 Status FeatureProblem::Linearise(const Model& model, Workspace& work) {
-    if (is_linear_) return {};
     KIV_TRY(features_.WeighBlends(model, rules_, levels_, work));
     SetMisfits(model.origin.value);
     has_line_.assign(features_.size(), false);
@@ -129,8 +128,8 @@ Status FeatureProblem::Linearise(const Model& model, Workspace& work) {
             has_line_[e.plus] && (e.minus == Equation::kNone || has_line_[e.minus]);
         open_.push_back(has_lines ? FeatureFate::Used : FeatureFate::Unmatched);
     }
-    FillDerivatives();
-    is_linear_ = true;
+    if (!has_derivatives_) FillDerivatives();
+    has_derivatives_ = true;
     return {};
 }
 

@@ -38,7 +38,8 @@ class FeatureProblem {
 
     /// Finds levels by symmetry instead of energy rank, see StateLevels.
     void FollowSymmetry(bool follow) {
-        is_linear_ = is_linear_ && follow == levels_.follows_symmetry();
+        const bool is_same = follow == levels_.follows_symmetry() || levels_.has_regular_labels();
+        has_derivatives_ = has_derivatives_ && is_same;
         levels_.FollowSymmetry(follow);
     }
 
@@ -93,7 +94,7 @@ class FeatureProblem {
     StateLevels levels_;
     std::vector<double> calculated_;  // of the features
     std::vector<bool> has_line_;
-    bool is_linear_ = false;                // the last Linearise is still right
+    bool has_derivatives_ = false;  // of the levels as they are
     Table<double> derivative_, term_size_;  // of the features
 };
 

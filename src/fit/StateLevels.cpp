@@ -57,6 +57,7 @@ Status StateLevels::SolveState(const TurnedState& state, StateIndex index, Works
         is_chosen_[index] = false;
         KIV_TRY(kiv::Reserve(task, work.memory(), levels));
     }
+    is_regular_[index] = false;
     if (!is_chosen_[index]) {
         KIV_TRY(kiv::Solve(task, work, report, levels));
         for (int J = 0; J <= max_J_; ++J) {
@@ -67,6 +68,7 @@ Status StateLevels::SolveState(const TurnedState& state, StateIndex index, Works
     KIV_TRY(chosen_[index].Solve(task, work, report, levels));
     std::iota(of_symmetry_[index].begin(), of_symmetry_[index].end(), std::size_t{0});
     for (const int J : chosen_[index].irregular()) SortBySymmetry(index, J);
+    is_regular_[index] = chosen_[index].irregular().empty();
     return {};
 }
 

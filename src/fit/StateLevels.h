@@ -37,6 +37,10 @@ class StateLevels {
     void FollowSymmetry(bool follow) { follows_ = follow; }
     bool follows_symmetry() const { return follows_; }
 
+    /// True when labels follow the energy against their symmetry nowhere, which makes both the
+    /// same.
+    bool has_regular_labels() const { return is_regular_[kLower] && is_regular_[kUpper]; }
+
     /// Level index of an energy rank of J, or of the level whose symmetry that rank should have.
     std::size_t Index(int state, int J, int rank) const {
         const std::size_t level = Levels::Index(J, rank);
@@ -64,6 +68,7 @@ class StateLevels {
     std::array<Levels, kNumStates> levels_;
     std::array<TurnedState, kNumStates> turned_;  // as they were solved
     std::array<bool, kNumStates> is_solved_{};
+    std::array<bool, kNumStates> is_regular_{true, true};
     bool follows_ = false;
     std::array<std::vector<std::size_t>, kNumStates> of_symmetry_;  // level indices by label
 };

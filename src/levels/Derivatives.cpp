@@ -123,23 +123,25 @@ struct LaneSums {
 
 // Sums of L bands times the products in lanes.
 template <int L>
-KIV_INLINE void SumSomeBands(const double* const* bands, const double* products, int n, Vec4* out) {
+KIV_INLINE void SumSomeBands(const double* bands, std::ptrdiff_t stride, const double* products,
+                             int n, Vec4* out) {
     Vec4 sum[L] = {};
     for (int i = 0; i < n; ++i) {
         Vec4 p;
         LoadVec(p, products + std::ptrdiff_t{i} * kPairLanes);
-        for (int k = 0; k < L; ++k) sum[k] += bands[k][i] * p;
+        for (int k = 0; k < L; ++k) sum[k] += bands[k * stride + i] * p;
     }
     for (int k = 0; k < L; ++k) out[k] = sum[k];
 }
 
-KIV_INLINE void SumAllBands(const double* const* bands, std::size_t num, const double* products,
-                            int n, Vec4* out) {
-    std::size_t at = 0;
-    for (; at + 4 <= num; at += 4) SumSomeBands<4>(bands + at, products, n, out + at);
-    if (num - at == 3) return SumSomeBands<3>(bands + at, products, n, out + at);
-    if (num - at == 2) return SumSomeBands<2>(bands + at, products, n, out + at);
-    if (num - at == 1) SumSomeBands<1>(bands + at, products, n, out + at);
+KIV_INLINE void SumAllBands(const double* bands, std::ptrdiff_t stride, std::size_t num,
+                            const double* products, int n, Vec4* out) {
+    for (; num >= 4; num -= 4, bands += 4 * stride, out += 4) {
+        SumSomeBands<4>(bands, stride, products, n, out);
+    }
+    if (num == 3) return SumSomeBands<3>(bands, stride, products, n, out);
+    if (num == 2) return SumSomeBands<2>(bands, stride, products, n, out);
+    if (num == 1) SumSomeBands<1>(bands, stride, products, n, out);
 }
 
 // Vec names the instruction set alone: there are four lanes.
@@ -156,20 +158,16 @@ KIV_INLINE void SumLanesBody(const LaneSums& run) {
         if (i > 0) StoreVec(next + std::ptrdiff_t{i - 1} * kPairLanes, z * above);
         above = z;
     }
-    const double* diagonal[kMaxOps];
-    const double* beside[kMaxOps];
-    Vec4 sum_of[kMaxOps], beside_sum_of[kMaxOps];
-    std::size_t num = 0, num_beside = 0;
-    for (const BandedOp& op : run.ops) {
-        diagonal[num++] = run.bands + op.diagonal * run.stride;
-        if (op.beside >= 0) beside[num_beside++] = run.bands + op.beside * run.stride;
-    }
-    SumAllBands(diagonal, num, own, n, sum_of);
-    SumAllBands(beside, num_beside, next, n - 1, beside_sum_of);
-    const Vec4* of_beside = beside_sum_of;
+    Vec4 sums[2 * kMaxOps];
+    const std::size_t num = run.ops.size();
+    std::size_t num_beside = 0;
+    for (const BandedOp& op : run.ops) num_beside += op.beside >= 0 ? 1 : 0;
+    SumAllBands(run.bands, run.stride, num, own, n, sums);
+    SumAllBands(run.bands + static_cast<std::ptrdiff_t>(num) * run.stride, run.stride, num_beside,
+                next, n - 1, sums + num);
     for (std::size_t i = 0; i < num; ++i) {
-        Vec4 sum = sum_of[i];
-        if (run.ops[i].beside >= 0) sum += 2.0 * *of_beside++;
+        Vec4 sum = sums[i];
+        if (run.ops[i].beside >= 0) sum += 2.0 * sums[run.ops[i].beside];
         StoreVec(run.out + i * kPairLanes, sum);
     }
 }

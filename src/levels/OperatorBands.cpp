@@ -19,16 +19,19 @@ constexpr HamTerm kRigidTerms[] = {
      [](double, int K) { return double(K) * K; }},
     {Constant{}, 2, false, false, InReduction::Any, kAllC2, [](double, int) { return 0.5; }}};
 
-// In the order of BuildBlocks; returns the number of bands.
+// In the order of BuildBlocks, the diagonals first; returns the number of bands.
 int ListOps(const Hamiltonian& H, std::vector<BandedOp>& ops) {
-    ops = {{Constant{}, 0, -1}, {Constant{}, 1, 2}};
-    int num = 3;
+    ops = {{Constant{}, 0, -1}, {Constant{}, 1, 0}};
     for (const HamTerm& term : HamTerms()) {
         if (!H.Uses(term) || term.keeps != kAllC2) continue;
         if (ops.size() == kRigidOps || ops.back().constant != term.constant) {
-            ops.push_back({term.constant, num++, -1});
+            ops.push_back({term.constant, static_cast<int>(ops.size()), -1});
         }
-        if (term.dk > 0 && ops.back().beside < 0) ops.back().beside = num++;
+        if (term.dk > 0) ops.back().beside = 0;
+    }
+    auto num = static_cast<int>(ops.size());
+    for (BandedOp& op : ops) {
+        if (op.beside == 0) op.beside = num++;
     }
     return num;
 }

@@ -11,7 +11,8 @@
 
 namespace kiv {
 
-/// An operator and its places among the bands of a J.
+/// An operator and its places among the bands of a J: first come the diagonals of all operators,
+/// then, in their order, the elements beside it of those that have some.
 struct BandedOp {
     Constant constant{};  // that multiplies it; means nothing for the two rigid operators
     int diagonal = 0;
