@@ -76,9 +76,9 @@ void FoldTerm(const SymBlock& block, int first, int J, int dk, const double* fac
 }
 
 void ClearOp(BlockScratch& s, int place, int n, HamOp& op) {
-    for (int b = 0; b < kNumOffsets; ++b) {
-        op.band[b] =
-            s.bands.data() + (static_cast<std::size_t>(place) * kNumOffsets + b) * s.stride();
+    const int num = s.room.num_offsets;
+    for (int b = 0; b < num; ++b) {
+        op.band[b] = s.bands.data() + static_cast<std::size_t>(place * num + b) * s.stride();
         if (b <= op.width) std::fill_n(op.band[b], n, 0.0);
     }
 }
@@ -163,7 +163,7 @@ void SumHam(const Hamiltonian& H, BlockScratch& s, int J) {
         for (int i = 0; i < s.num_ops; ++i) {
             if (s.op[i].imaginary == (part == 1)) ham.width = std::max(ham.width, s.op[i].width);
         }
-        ClearOp(s, kMaxOps + part, n, ham);
+        ClearOp(s, s.room.num_ops + part, n, ham);
     }
     const double A = H.value(Constant::A), B = H.value(Constant::B), C = H.value(Constant::C);
     const double X = double(J) * (J + 1);

@@ -16,10 +16,10 @@ namespace {
 static_assert(kPairLanes == kMaxBlocks, "the blocks of a J go side by side");
 
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
-constexpr int kMaxSteps = 6;         // of an eigenpair; two are enough when constants hardly move
-constexpr double kSettled = 1e-12;   // of the gap to the next level of the block
-constexpr double kTieMargin = 0.25;  // by which bounds of what counts as a tie are taken apart
-constexpr double kAbove = 4.0;       // bounds of the energies that stand for rows of no block
+constexpr int kMaxSteps = 6;        // of an eigenpair; two are enough when constants hardly move
+constexpr double kSettled = 1e-12;  // of the gap to the next level of the block
+constexpr double kTieMargin = 0.1;  // by which bounds of what counts as a tie are taken apart
+constexpr double kAbove = 4.0;      // bounds of the energies that stand for rows of no block
 
 int FirstRow(const LevelBlocks& blocks, int b) {
     int first = 0;
@@ -333,7 +333,7 @@ Status ChosenLevels::Solve(const LevelTask& task, Workspace& work, Report& repor
     for (std::size_t i = 0; i < chosen_.size(); ++i) {
         if (!Follow(task.H, i, levels)) whole.push_back(i);
         if (whole.size() == kTogether || (i + 1 == chosen_.size() && !whole.empty())) {
-            KIV_TRY(scratch.Fit(work.memory(), max_J_, false));
+            KIV_TRY(scratch.Fit(work.memory(), max_J_, false, SizeFor(task.H)));
             for (Array<double>& all : all_) {
                 if (all.Fit(work.memory(),
                             VecOffset(max_J_ + 1) - VecOffset(max_J_) + 3 * kVecStep)) {

@@ -1,5 +1,6 @@
 #include "levels/LevelScratch.h"
 
+#include <algorithm>
 #include <initializer_list>
 
 #include "base/ArrayName.h"
@@ -17,19 +18,36 @@ bool TakeAll(const Memory& memory, std::int64_t num, std::initializer_list<Array
 
 }  // namespace
 
-Status BlockScratch::Fit(const Memory& memory, int max_J, bool is_complex) {
-    const std::int64_t n = 2 * std::int64_t{max_J} + 1;
+ScratchSize SizeFor(const Hamiltonian& H) {
+    PerConstant<bool> acts{};
+    int num_ops = kRigidOps, most_dk = 2;
+    for (const HamTerm& term : HamTerms()) {
+        if (!H.Uses(term)) continue;
+        if (!acts[term.constant]) ++num_ops;
+        acts[term.constant] = true;
+        most_dk = std::max(most_dk, term.dk);
+    }
+    return {num_ops, most_dk + 1};
+}
+
+Status BlockScratch::Fit(const Memory& memory, int max_J, bool is_complex,
+                         const ScratchSize& size) {
+    std::int64_t n = 2 * std::int64_t{max_J} + 1;
     const auto has_room = [n](const Array<double>& array) {
         return array.size() >= static_cast<std::size_t>(n);
     };
-    if (has_room(subdiagonal) && (!is_complex || has_room(subdiagonal2))) return {};
+    const bool has_ops = room.num_ops >= size.num_ops && room.num_offsets >= size.num_offsets;
+    if (has_ops && has_room(subdiagonal) && (!is_complex || has_room(subdiagonal2))) return {};
+    room = {std::max(room.num_ops, size.num_ops), std::max(room.num_offsets, size.num_offsets)};
+    n = std::max(n, static_cast<std::int64_t>(subdiagonal.size()));
+    const std::int64_t offsets = room.num_offsets;
     subdiagonal
         .Clear();  // taken last of all: a refusal in between leaves no scratch that looks whole
     subdiagonal2.Clear();
-    if (!roots.Take(memory, n * kNumOffsets) || !factors.Take(memory, n) ||
-        !bands.Take(memory, n * kNumOffsets * (kMaxOps + 2) + kVecStep) ||
-        !energies.Take(memory, n) || !products.Take(memory, 8 * kNumOffsets * (n + kVecStep)) ||
-        !sums.Take(memory, n * kNumOffsets * kMaxOps) || !rank_place.Take(memory, n)) {
+    if (!roots.Take(memory, n * offsets) || !factors.Take(memory, n) ||
+        !bands.Take(memory, n * offsets * (room.num_ops + 2) + kVecStep) ||
+        !energies.Take(memory, n) || !products.Take(memory, 8 * offsets * (n + kVecStep)) ||
+        !sums.Take(memory, n * offsets * room.num_ops) || !rank_place.Take(memory, n)) {
         return NoMemory(is_complex ? array_name::kComplexBlocks : array_name::kBlocks);
     }
     if (!is_complex) {
@@ -45,9 +63,10 @@ Status BlockScratch::Fit(const Memory& memory, int max_J, bool is_complex) {
     return {};
 }
 
-Status LevelScratch::Fit(const Memory& memory, int max_J, bool is_complex) {
-    if (is_complex) return of_J[0].Fit(memory, max_J, true);
-    for (BlockScratch& scratch : of_J) KIV_TRY(scratch.Fit(memory, max_J, false));
+Status LevelScratch::Fit(const Memory& memory, int max_J, bool is_complex,
+                         const ScratchSize& size) {
+    if (is_complex) return of_J[0].Fit(memory, max_J, true, size);
+    for (BlockScratch& scratch : of_J) KIV_TRY(scratch.Fit(memory, max_J, false, size));
     return {};
 }
 

@@ -32,6 +32,15 @@ inline constexpr int kDifference = 1;
 inline constexpr int kRigidOps = 2;
 inline constexpr int kMaxOps = kRigidOps + kNumConstants;
 
+/// How many operators a solution has, and how far they reach.
+struct ScratchSize {
+    int num_ops = kMaxOps;
+    int num_offsets = kNumOffsets;
+};
+
+/// What `H` needs.
+ScratchSize SizeFor(const Hamiltonian& H);
+
 /// The scratch of one J.
 struct BlockScratch {
     Array<double> roots;             // ladder roots, n for each step 0..4
@@ -51,11 +60,12 @@ struct BlockScratch {
     HamOp ham[2];                // the matrix itself, real and imaginary part
     HamOp op[kMaxOps];
     int num_ops = 0;
+    ScratchSize room{0, 0};
 
     std::size_t stride() const { return factors.size(); }
 
     /// NoMemory names the array.
-    Status Fit(const Memory& memory, int max_J, bool is_complex);
+    Status Fit(const Memory& memory, int max_J, bool is_complex, const ScratchSize& size);
 };
 
 /// J of real Hamiltonians that are solved side by side.
@@ -66,7 +76,7 @@ struct LevelScratch {
     BlockScratch of_J[kTogether];
 
     /// Has at least the room that `max_J` needs.
-    Status Fit(const Memory& memory, int max_J, bool is_complex);
+    Status Fit(const Memory& memory, int max_J, bool is_complex, const ScratchSize& size);
 };
 
 }  // namespace kiv

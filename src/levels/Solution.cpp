@@ -124,9 +124,11 @@ void Solver::SolveFrom(int first, LevelScratch& scratch, Trace* trace) {
 }
 
 // Without vectors a matrix that is not tridiagonal is reduced in the scratch.
-Status FitScratch(const LevelTask& task, bool is_complex, bool has_vectors, Workspace& work) {
+Status FitScratch(const LevelTask& task, const OwnAxes* own_axes, bool has_vectors,
+                  Workspace& work) {
     auto& scratch = work.Part<SolutionScratch>(Workspace::Slot::Levels);
-    KIV_TRY(scratch.blocks.Fit(work.memory(), task.max_J, is_complex));
+    const ScratchSize size = own_axes ? ScratchSize() : SizeFor(task.H);
+    KIV_TRY(scratch.blocks.Fit(work.memory(), task.max_J, task.H.is_complex && !own_axes, size));
     const int n = 2 * task.max_J + 1;
     for (BlockScratch& of_J : scratch.blocks.of_J) {
         if (!has_vectors && !of_J.matrix_real.Fit(work.memory(), std::int64_t{n} * VecLd(n))) {
@@ -140,7 +142,7 @@ Status FitScratch(const LevelTask& task, bool is_complex, bool has_vectors, Work
 bool FitThreads(const LevelTask& task, bool has_vectors, Workspace& work) {
     work.PrepareThreads();
     for (int thread = 1; thread < work.threads().num(); ++thread) {
-        if (!FitScratch(task, task.H.is_complex, has_vectors, work.OfThread(thread))) return false;
+        if (!FitScratch(task, nullptr, has_vectors, work.OfThread(thread))) return false;
     }
     return true;
 }
@@ -232,7 +234,7 @@ Status Solve(const LevelTask& task, Workspace& work, Report& report, Levels& lev
     if (trace) trace->Enter(Step::SolveLevels, task.index);
     if (trace) trace->Enter(Step::LevelScratch, task.index);
     const bool has_vectors = !levels.vectors_real.is_null();
-    KIV_TRY(FitScratch(task, task.H.is_complex && !own_axes, has_vectors, work));
+    KIV_TRY(FitScratch(task, own_axes, has_vectors, work));
     const bool shared =
         IsShared(task, own_axes, work, report) && FitThreads(task, has_vectors, work);
     if (own_axes) {

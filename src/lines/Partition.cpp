@@ -37,7 +37,7 @@ class EnergySolver {
     Status Solve(int J, bool sorted) {
         if (J > room_) {
             room_ = std::max(kFirstRoom, 2 * J);
-            KIV_TRY(scratch_.Fit(memory_, room_, H_.is_complex));
+            KIV_TRY(scratch_.Fit(memory_, room_, H_.is_complex, SizeFor(H_)));
             const auto n = static_cast<std::size_t>(2 * room_ + 1);
             if (!H_.is_complex && !matrix_.Take(memory_, static_cast<std::int64_t>(n * n))) {
                 return NoMemory("");

@@ -24,7 +24,7 @@ void UpperMatrix::Begin(const Memory& memory, const LineTask& task, std::uint8_t
     ld_ = 2 * task.max_J() + 1;
     is_known_ = H.state && !H.is_complex && H.KeptRotations() == kept && task.lower->kept == kept &&
                 task.upper->kept == kept && !IsSolvedInOwnAxes(H) &&
-                scratch_.Fit(memory, task.max_J(), false) &&
+                scratch_.Fit(memory, task.max_J(), false, SizeFor(H)) &&
                 diagonal_.Fit(memory, kMaxBlocks * std::int64_t{ld_}) &&
                 beside_.Fit(memory, kMaxBlocks * std::int64_t{ld_});
 }

@@ -45,21 +45,23 @@ Result<std::string> ReadTextFile(const std::string& name, std::size_t most) {
         return CannotRead(name, ReasonText(errno));
     }
     if (S_ISDIR(info.st_mode)) return CannotRead(name, "it is a folder");
-    std::string text;
-    if (S_ISREG(info.st_mode) && static_cast<std::size_t>(info.st_size) <= most) {
-        text.reserve(static_cast<std::size_t>(info.st_size));
-    }
+    const bool is_sized =
+        S_ISREG(info.st_mode) && info.st_size > 0 && static_cast<std::size_t>(info.st_size) <= most;
+    // of a file of known size all at once, with a byte that tells its end
+    std::string text(is_sized ? static_cast<std::size_t>(info.st_size) + 1 : kBlock, '\0');
+    std::size_t size = 0;
     for (;;) {
-        const std::size_t size = text.size();
-        text.resize(size + kBlock);
-        const ssize_t got = read(file.get(), text.data() + size, kBlock);
-        text.resize(size + static_cast<std::size_t>(got > 0 ? got : 0));
-        if (got == 0) return text;
+        if (size == text.size()) text.resize(size + kBlock);
+        const ssize_t got = read(file.get(), text.data() + size, text.size() - size);
         if (got < 0 && errno != EINTR) return CannotRead(name, ReasonText(errno));
-        if (text.size() > most) {
+        if (got > 0) size += static_cast<std::size_t>(got);
+        if (size > most) {
             return CannotRead(name, "it has more than " + std::to_string(most >> 20) + " MiB");
         }
+        if (got == 0) break;
     }
+    text.resize(size);
+    return text;
 }
 
 bool IsReplaced(const std::string& name) {
