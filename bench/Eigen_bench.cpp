@@ -26,7 +26,7 @@ struct Solver {
     Solver(const Model& model, int highest_J)
         : max_J(highest_J), turned(Turn(model.lower())), H{&turned, NeedsComplex(model.lower())} {
         const Memory memory;
-        is_ready = scratch.Fit(memory, max_J, H.is_complex).ok() &&
+        is_ready = scratch.Fit(memory, max_J, H.is_complex, SizeFor(H)).ok() &&
                    Reserve({H, max_J, kLower}, memory, levels).ok();
     }
     Solver(const Solver&) = delete;

@@ -19,6 +19,7 @@ constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 constexpr int kMaxSteps = 6;        // of an eigenpair; two are enough when constants hardly move
 constexpr double kSettled = 1e-12;  // of the gap to the next level of the block
 constexpr double kTieMargin = 0.1;  // by which bounds of what counts as a tie are taken apart
+constexpr double kSide = 1e-14;     // of the energies, by which counts tell sides from each other
 constexpr double kAbove = 4.0;      // bounds of the energies that stand for rows of no block
 
 int FirstRow(const LevelBlocks& blocks, int b) {
@@ -31,6 +32,10 @@ int BlockOfLabel(const LevelBlocks& blocks, std::uint8_t odd) {
     int b = 0;
     while (blocks.block[b].odd != odd) ++b;
     return b;
+}
+
+bool AreEqual(const LaneCounts& a, const LaneCounts& b) {
+    return a[0] == b[0] && a[1] == b[1] && a[2] == b[2] && a[3] == b[3];
 }
 
 int KaOfRank(int rank) { return (rank + 1) / 2; }
@@ -194,41 +199,54 @@ void ChosenLevels::CountAround(double distance) {
     CountEigenvalues(matrices_, shifts_, counts_);
 }
 
+// Keeps the levels that do not lie where their labels say, as they were counted last.
+void ChosenLevels::KeepMisplaced() {
+    std::size_t left = 0;
+    for (std::size_t i = 0; i < open_.size(); ++i) {
+        const Open& open = open_[i];
+        if (!AreEqual(counts_[2 * i], open.before) || !AreEqual(counts_[2 * i + 1], open.above)) {
+            open_[left++] = open;
+        }
+    }
+    open_.resize(left);
+}
+
 // True when every level has its place in its own block, and in every other block as many levels lie
-// below it as their labels say; levels that tie with it may lie on either side, but none where it
-// is not certain whether they do.
+// below it as their labels say. Levels that tie with it may lie on either side, but none where it
+// is not certain whether they tie, unless it lies on the side where its label puts it.
 bool ChosenLevels::AreThemselves(const ChosenJ& of_J, const Bounds& bounds, const Levels& levels) {
     open_.clear();
     for (const Group& group : GroupsOf(of_J)) {
         for (int k = 0; k < group.num; ++k) {
             const Chosen& level = group.level[static_cast<std::size_t>(k)];
-            const double energy = levels.energy[Levels::Index(of_J.J, level.rank)];
             LaneCounts above = level.before;
             ++above[static_cast<std::size_t>(group.block)];
-            open_.push_back({energy, level.before, above, {}, {}});
+            open_.push_back(
+                {levels.energy[Levels::Index(of_J.J, level.rank)], level.before, above, {}, {}});
         }
     }
     CountAround((1.0 + kTieMargin) * kLevelTie * bounds.most);
-    std::size_t left = 0;  // levels that are near others
     for (std::size_t i = 0; i < open_.size(); ++i) {
-        Open& open = open_[i];
-        open.below = counts_[2 * i];
-        open.not_above = counts_[2 * i + 1];
+        open_[i].below = counts_[2 * i];
+        open_[i].not_above = counts_[2 * i + 1];
+    }
+    KeepMisplaced();
+    for (const Open& open : open_) {
         for (std::size_t b = 0; b < kMaxBlocks; ++b) {
-            const bool is_own = open.above[b] != open.before[b];
-            const bool is_inside =
-                open.below[b] <= open.before[b] && open.not_above[b] >= open.above[b];
+            if (open.below[b] > open.before[b] || open.not_above[b] < open.above[b]) return false;
             const bool is_alone =
                 open.below[b] == open.before[b] && open.not_above[b] == open.above[b];
-            if (!(is_own ? is_alone : is_inside)) return false;
+            if (open.above[b] != open.before[b] && !is_alone) return false;
         }
-        if (open.below != open.before || open.not_above != open.above) open_[left++] = open;
     }
-    open_.resize(left);
+    CountAround(kSide * bounds.most);
+    KeepMisplaced();
     CountAround((1.0 - kTieMargin) * kLevelTie * bounds.least);
-    for (std::size_t i = 0; i < left; ++i) {
-        if (counts_[2 * i] != open_[i].below || counts_[2 * i + 1] != open_[i].not_above)
+    for (std::size_t i = 0; i < open_.size(); ++i) {
+        if (!AreEqual(counts_[2 * i], open_[i].below) ||
+            !AreEqual(counts_[2 * i + 1], open_[i].not_above)) {
             return false;
+        }
     }
     return true;
 }

@@ -74,6 +74,7 @@ class ChosenLevels {
     bool Improve(const ChosenJ& of_J, Group& group, const Bounds& bounds, Levels& levels);
     bool AreThemselves(const ChosenJ& of_J, const Bounds& bounds, const Levels& levels);
     void CountAround(double distance);
+    void KeepMisplaced();
     void FillLabels(const ChosenJ& of_J, Levels& levels);
     void Derive(const Hamiltonian& H, std::size_t place, Levels& levels);
     bool Follow(const Hamiltonian& H, std::size_t place, Levels& levels);

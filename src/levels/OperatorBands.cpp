@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "base/ArrayName.h"
 #include "base/Failure.h"
@@ -105,6 +106,14 @@ Status OperatorBands::Build(const Hamiltonian& H, std::span<const int> J, const 
         size += num_bands * Stride(of);
     }
     if (!bands_.Take(memory, size)) return NoMemory(array_name::kBlocks);
+    std::vector<std::pair<const HamTerm*, const BandedOp*>> terms{
+        {&kRigidTerms[0], &ops[kPz2]}, {&kRigidTerms[1], &ops[kDifference]}};
+    const BandedOp* op = &ops[kRigidOps - 1];
+    for (const HamTerm& term : HamTerms()) {
+        if (!H.Uses(term) || term.keeps != kAllC2) continue;
+        if (op == &ops[kRigidOps - 1] || op->constant != term.constant) ++op;
+        terms.emplace_back(&term, op);
+    }
     std::vector<double> root;
     for (std::size_t i = 0; i < J.size(); ++i) {
         root.clear();  // of the elements from K to K + 2, K = -2...
@@ -115,17 +124,9 @@ Status OperatorBands::Build(const Hamiltonian& H, std::span<const int> J, const 
         double* of_block = bands_.data() + first[i];
         for (int b = 0; b < blocks.num; ++b) {
             const SymBlock& block = blocks.block[b];
-            const auto add = [&](const HamTerm& term, const BandedOp& op) {
-                AddTerm(term, J[i], block, root.data(), of_block + op.diagonal * stride,
-                        op.beside < 0 ? nullptr : of_block + op.beside * stride);
-            };
-            add(kRigidTerms[0], ops[kPz2]);
-            add(kRigidTerms[1], ops[kDifference]);
-            auto op = ops.begin() + kRigidOps - 1;
-            for (const HamTerm& term : HamTerms()) {
-                if (!H.Uses(term) || term.keeps != kAllC2) continue;
-                if (op < ops.begin() + kRigidOps || op->constant != term.constant) ++op;
-                add(term, *op);
+            for (const auto& [term, of] : terms) {
+                AddTerm(*term, J[i], block, root.data(), of_block + of->diagonal * stride,
+                        of->beside < 0 ? nullptr : of_block + of->beside * stride);
             }
             of_block += block.N;
         }
