@@ -5,7 +5,9 @@
 #include <random>
 
 #include "kiv/files.h"
+#include "named/LineRows.h"
 #include "named/Samples.h"
+#include "named/Text.h"
 
 namespace kiv {
 namespace {
@@ -98,6 +100,20 @@ TEST(LineFileTest, EachMistakeInACsvRowIsFoundInItsPlace) {
         const Reading reading = Read(HEADER + std::string(row) + "\n", LineFormat::Csv);
         EXPECT_EQ(reading.findings, finding);
         EXPECT_EQ(reading.features.size(), reading.has_errors ? 0u : 1u);
+    }
+}
+
+// Places are counted on from the last one that was asked for; characters are of one to four bytes,
+// and bytes that are none count alone.
+TEST(LineFileTest, PlacesAreTheSameInAnyOrder) {
+    const std::string line = "a,\xC3\xA9\xE2\x82\xAC x,\xF0\x9F\x98\x80,\xFF\xC3,z";
+    std::mt19937 random(5);
+    LineSplitter splitter(line);
+    ASSERT_TRUE(splitter.Next());
+    for (int i = 0; i < 300; ++i) {
+        const std::size_t offset = random() % (line.size() + 1);
+        const Place expected{1, CountCharacters(std::string_view(line).substr(0, offset)) + 1};
+        EXPECT_EQ(splitter.At(offset).column, expected.column) << offset;
     }
 }
 
