@@ -17,8 +17,8 @@ namespace kiv {
 
 class Memory {
   public:
-    /// Limited by what the machine, or the control group of the process, has to spare when the
-    /// first array is taken: systems promise more memory than they have.
+    /// Limited by what the machine, or the control group of the process, has to spare when more
+    /// than 16 MiB are first wanted: systems promise more memory than they have.
     Memory();
 
     /// Limited to `bytes`.

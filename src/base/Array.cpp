@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <limits>
 
 #include "base/MachineMemory.h"
 
@@ -11,6 +12,9 @@ struct Memory::Account {
     std::atomic<std::int64_t> limit{-1};        // bytes; negative: not asked for yet
     std::atomic<std::int64_t> held{0};          // bytes
     std::atomic<std::int64_t> grants_left{-1};  // negative: no request is refused
+
+    // What may be held when `wanted` is to be.
+    std::int64_t Limit(std::int64_t wanted);
 
     // True when a block of `bytes` may take the place of one of `returned`, which then counts.
     bool Grant(std::int64_t bytes, std::int64_t returned);
@@ -31,13 +35,23 @@ std::int64_t BytesOf(std::int64_t count, std::size_t size) {
 
 }  // namespace
 
+std::int64_t Memory::Account::Limit(std::int64_t wanted) {
+    if (limit < 0 && wanted <= kSureMemory) return kSureMemory;
+    if (limit < 0) {
+        const std::int64_t spare = AvailableMemory(),
+                           most = std::numeric_limits<std::int64_t>::max();
+        limit = spare < most - held ? spare + held : most;
+    }
+    return limit;
+}
+
 bool Memory::Account::Grant(std::int64_t bytes, std::int64_t returned) {
-    if (limit < 0) limit = AvailableMemory();
     if (bytes < 0) return false;
     const std::int64_t more = bytes - returned;
     std::int64_t before = held;
     do {
-        if (bytes > limit - (before - returned)) return false;
+        std::int64_t wanted = 0;
+        if (__builtin_add_overflow(before, more, &wanted) || wanted > Limit(wanted)) return false;
     } while (!held.compare_exchange_weak(before, before + more));
     std::int64_t left = grants_left;
     while (left > 0 && !grants_left.compare_exchange_weak(left, left - 1)) {

@@ -6,6 +6,9 @@
 
 namespace kiv {
 
+/// Bytes for which no machine is asked: to ask takes longer than to fill them.
+inline constexpr std::int64_t kSureMemory = std::int64_t{1} << 24;
+
 /// Bytes that the machine has to spare ("MemAvailable" of Linux) or that the control groups of the
 /// process leave, whichever is less; the largest number where the system does not say.
 ///

@@ -52,12 +52,14 @@ double BytesOf(const PhysicsReport& report, double J) {
 // True when the levels find room.
 bool CheckMemory(PhysicsReport& report) {
     const int max_J = report.settings.max_J;
-    const auto available = static_cast<double>(AvailableMemory());
-    const auto fits = [&](int J) {
+    const auto is_within = [&](int J, std::int64_t available) {
         const double bytes = BytesOf(report, J);
-        return bytes >= 0.0 && bytes < available;
+        return bytes >= 0.0 && bytes < static_cast<double>(available);
     };
-    if (max_J < 0 || fits(max_J)) return max_J >= 0;
+    if (max_J < 0 || is_within(max_J, kSureMemory)) return max_J >= 0;
+    const std::int64_t available = AvailableMemory();
+    const auto fits = [&](int J) { return is_within(J, available); };
+    if (fits(max_J)) return true;
     int low = 0, high = max_J;  // low fits, high does not
     while (high - low > 1) (fits((low + high) / 2) ? low : high) = (low + high) / 2;
     report.Tell(FindingCode::OutOfRange, "spectrum.J_max",

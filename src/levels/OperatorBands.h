@@ -43,7 +43,6 @@ class OperatorBands {
 
   private:
     std::vector<BandedOp> ops_;
-    int num_bands_ = 0;
     std::vector<std::ptrdiff_t> first_;
     Array<double> bands_;
 };
