@@ -197,7 +197,7 @@ int RunOfJob::Finish() {
         if (!added) return Fail(added.error(), kNoResult);
         if (calculation_.fit && job_.is_fit()) AddFitted();
     }
-    const Status kept = outputs_.Keep();
+    const Status kept = outputs_.Keep(&work_.threads());
     if (!kept) return Fail(kept.error(), kFileFailed);
     if (request_.verbose) {
         for (const std::string& file : outputs_.names()) terminal_.Note("written: " + file);

@@ -7,6 +7,8 @@
 namespace kiv {
 namespace {
 
+constexpr std::size_t kLarge = std::size_t{1} << 22;  // bytes; takes longer than to wake a thread
+
 Error CannotWrite(const std::string& name, const WholeFile& file) {
     const int reason = file.reason();
     std::string text = "cannot write " + name;
@@ -30,13 +32,23 @@ void OutputSet::Add(const std::string& name, const std::string& text, WholeFile:
     if (Sink* const file = Open(name, kind)) file->Put(text.data(), text.size());
 }
 
-Status OutputSet::Keep() {
+Status OutputSet::Keep(Threads* threads) {
     for (std::size_t i = 0; i < files_.size(); ++i) {
         if (!files_[i].Complete()) return CannotWrite(names_[i], files_[i]);
     }
     for (std::size_t i = 0; i < files_.size(); ++i) {
-        if (!files_[i].Keep()) return CannotWrite(names_[i], files_[i]);
+        if (!files_[i].Place()) return CannotWrite(names_[i], files_[i]);
     }
+    std::vector<WholeFile*> large;
+    for (WholeFile& file : files_) {
+        if (threads && file.size() >= kLarge) {
+            large.push_back(&file);
+        } else {
+            file.Tidy();
+        }
+    }
+    const auto tidy = [&](int i, int) { large[static_cast<std::size_t>(i)]->Tidy(); };
+    if (!large.empty()) threads->Share(static_cast<int>(large.size()), tidy);
     return {};
 }
 

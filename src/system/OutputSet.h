@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "kiv/error.h"
+#include "kiv/threads.h"
 #include "system/WholeFile.h"
 
 namespace kiv {
@@ -21,8 +22,9 @@ class OutputSet {
              WholeFile::Kind kind = WholeFile::Kind::Product);
 
     /// Puts all files into their places. CannotWrite tells which one failed and why; then none of
-    /// them was, unless it was the last step that failed.
-    Status Keep();
+    /// them was, unless it was the last step that failed. Large old files are removed on `threads`,
+    /// null for none.
+    Status Keep(Threads* threads = nullptr);
 
     /// Their names in the order in which they were started.
     const std::vector<std::string>& names() const { return names_; }

@@ -162,28 +162,40 @@ bool WholeFile::PutInPlace() {
                                       : may_change && ChangePlaces(temp_, target_);
     if (!placed && how_ != Kind::Fresh) {
         placed = std::rename(temp_.c_str(), target_.c_str()) == 0;
-        if (placed) return true;
+        if (placed) {
+            has_remains_ = false;
+            mark_.Clear();
+            return true;
+        }
     }
     if (!placed) Fail();
-    unlink(temp_.c_str());
     return placed;
 }
 
-bool WholeFile::Keep() {
+bool WholeFile::Place() {
     if (fd_ < 0 && !complete_) return false;
-    bool kept = Complete();
+    const bool is_whole = Complete();
     complete_ = false;
-    if (temp_.empty()) return kept;
-    if (kept) {
-        kept = PutInPlace();
-    } else {
-        unlink(temp_.c_str());
-    }
+    if (temp_.empty()) return is_whole;
+    has_remains_ = true;
+    return is_whole && PutInPlace();
+}
+
+void WholeFile::Tidy() {
+    if (!has_remains_) return;
+    unlink(temp_.c_str());
     mark_.Clear();
+    has_remains_ = false;
+}
+
+bool WholeFile::Keep() {
+    const bool kept = Place();
+    Tidy();
     return kept;
 }
 
 void WholeFile::GiveUp() {
+    Tidy();
     if (fd_ < 0 && !complete_) return;
     failed_ = true;
     Complete();

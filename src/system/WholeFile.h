@@ -53,6 +53,14 @@ class WholeFile : public Sink {
     /// it is then given up.
     bool Keep();
 
+    /// The same, but an old file stays under the temporary name until Tidy: to remove a large one
+    /// takes long, and may go on another thread.
+    bool Place();
+    void Tidy();
+
+    /// Bytes that were written.
+    std::size_t size() const { return written_; }
+
     /// The errno of what failed first; 0 when it was not the system.
     int reason() const { return reason_; }
 
@@ -71,9 +79,10 @@ class WholeFile : public Sink {
     int fd_ = -1;
     bool failed_ = false;
     int reason_ = 0;
-    bool complete_ = false;    // and closed
-    bool reserved_ = false;    // there may be room behind what is written
-    std::size_t written_ = 0;  // bytes
+    bool complete_ = false;     // and closed
+    bool has_remains_ = false;  // under the temporary name
+    bool reserved_ = false;     // there may be room behind what is written
+    std::size_t written_ = 0;   // bytes
 };
 
 /// Puts the complete file `made` in the place of `name`, in one step: until then, and whenever it

@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "support/FolderTest.h"
+#include "system/OutputSet.h"
 
 namespace kiv {
 namespace {
@@ -46,6 +47,29 @@ TEST_F(WholeFileTest, ReplacesTheOldFileOnlyWhenKept) {
     EXPECT_EQ(ReadText("a"), "new");
     EXPECT_EQ(fs::status("a").permissions(), fs::perms(0640));
     EXPECT_EQ(NumFiles(), 2);
+}
+
+// Large old files are removed on threads, small ones at once; none stays.
+TEST_F(WholeFileTest, SetsOfFilesLeaveNothingOfTheOldOnes) {
+    const std::string large(std::size_t{5} << 20, 'x');
+    for (const int num : {1, 3}) {
+        Threads threads(num);
+        for (int time = 0; time < 2; ++time) {  // new ones, then in place of those
+            OutputSet outputs;
+            for (const char* name : {"a", "b"}) outputs.Add(name, large);
+            outputs.Add("c", "small");
+            ASSERT_TRUE(outputs.Keep(&threads).ok());
+            EXPECT_EQ(NumFiles(), 3);
+        }
+        EXPECT_TRUE(ReadText("b") == large);
+    }
+    WholeFile placed;
+    ASSERT_TRUE(placed.Open("c"));
+    placed.Put("new", 3);
+    ASSERT_TRUE(placed.Place());
+    EXPECT_EQ(ReadText("c"), "new");
+    placed.Tidy();
+    EXPECT_EQ(NumFiles(), 3);
 }
 
 TEST_F(WholeFileTest, WritesThroughALink) {
