@@ -31,7 +31,7 @@ struct RowSource {
 constexpr std::size_t kMaxRow = 6 * (kIntRoom + 1) + 5 * (kFixed4Room + 1) + 32;
 constexpr std::size_t kUsualRow = 78;     // with an energy
 constexpr std::size_t kAhead = 8;         // rows between a fetch and its use
-constexpr std::size_t kBlockRows = 1600;  // a write
+constexpr std::size_t kBlockRows = 6400;  // a write
 
 // Texts that many lines have in common, by what they are made from. A place holds one text at a
 // time; the levels of a run all have places of their own.

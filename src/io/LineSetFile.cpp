@@ -219,10 +219,13 @@ void LineSetSections::PutCovariance(SectionTaker& taker) const {
 }
 
 constexpr std::size_t kBlock = std::size_t{1} << 17;  // bytes a write
+// The same on threads: to hand a file from one to the other takes as long as to write a small
+// block.
+constexpr std::size_t kSharedBlock = std::size_t{1} << 20;
 
 // Lines whose derivatives fit into a block.
-std::size_t LinesOfBlock(const LineSetSections& sections) {
-    return std::max<std::size_t>(1, kBlock / (sections.derivatives() * sizeof(double)));
+std::size_t LinesOfBlock(const LineSetSections& sections, std::size_t block) {
+    return std::max<std::size_t>(1, block / (sections.derivatives() * sizeof(double)));
 }
 
 // Writes each section as soon as it is there.
@@ -233,7 +236,7 @@ class SectionWriter final : public SectionTaker {
     void Put(const void* data, std::size_t bytes) override { sink_.Put(data, bytes); }
 
     void PutDerivatives() override {
-        const std::size_t room = LinesOfBlock(from_);
+        const std::size_t room = LinesOfBlock(from_, kBlock);
         std::vector<double> block(room * from_.derivatives());
         for (std::size_t first = 0; first < from_.num(); first += room) {
             const std::size_t count = std::min(room, from_.num() - first);
@@ -282,13 +285,13 @@ class LineSetBlocks final : public BlockFile, private SectionTaker {
 
     void Put(const void* data, std::size_t bytes) override {
         const char* const from = static_cast<const char*>(data);
-        for (std::size_t first = 0; first < bytes; first += kBlock) {
-            blocks_.push_back({from + first, std::min(kBlock, bytes - first)});
+        for (std::size_t first = 0; first < bytes; first += kSharedBlock) {
+            blocks_.push_back({from + first, std::min(kSharedBlock, bytes - first)});
         }
     }
 
     void PutDerivatives() override {
-        const std::size_t room = LinesOfBlock(sections_);
+        const std::size_t room = LinesOfBlock(sections_, kSharedBlock);
         for (std::size_t first = 0; first < sections_.num(); first += room) {
             blocks_.push_back({nullptr, std::min(room, sections_.num() - first), first});
         }
