@@ -4,6 +4,7 @@
 #include <atomic>
 #include <mutex>
 #include <utility>
+#include <vector>
 
 #include "base/Failure.h"
 #include "base/LineKey.h"
@@ -27,35 +28,54 @@ Status SearchAlone(const LineTask& task, Workspace& work, Report& report, LineLi
     return {};
 }
 
-// The assignments of lines from levels of J.
-AssignedSet AssignedOf(const AssignedSet& all, int J) {
+// Lower J that one thread takes at once: each needs the levels of its neighbours, too.
+struct Stretch {
+    int first, last;
+};
+
+// Stretches of about the same work, some for each thread, so that all end at about the same time.
+std::vector<Stretch> StretchesOf(int max_J, int threads) {
+    constexpr int kForEach = 12;
+    const auto work = [](double J) { return J * J * J; };  // up to J
+    std::vector<Stretch> stretches;
+    for (int first = 0; first <= max_J;) {
+        const double end = work(first) + work(max_J + 1) / (kForEach * threads);
+        int last = first;
+        while (last < max_J && work(last + 2) <= end) ++last;
+        stretches.push_back({first, last});
+        first = last + 1;
+    }
+    return stretches;
+}
+
+// The assignments of lines from levels of these J.
+AssignedSet AssignedOf(const AssignedSet& all, const Stretch& stretch) {
     const auto place = [&](int from_J) {
         const auto at = std::lower_bound(all.key.begin(), all.key.end(), LineKey(from_J, 0, 0, 0));
         return static_cast<std::size_t>(at - all.key.begin());
     };
-    const std::size_t begin = place(J), end = place(J + 1);
+    const std::size_t begin = place(stretch.first), end = place(stretch.last + 1);
     return {all.key.subspan(begin, end - begin), all.frequency.subspan(begin, end - begin),
             all.first + static_cast<std::int32_t>(begin)};
 }
 
-// Pairs of one lower J at most.
-std::int32_t MostLines(const LineTask& task) {
-    const std::int64_t J = task.max_J();
-    return static_cast<std::int32_t>(
-        std::min<std::int64_t>((2 * J + 1) * (6 * J + 3) + 2 * kLineGroup, kFirstLines));
-}
-
-// Every thread takes the next lower J and leaves its lines to be put in order.
+// Every thread takes the next stretch and leaves its lines to be put in order.
 class SharedSearch {
   public:
     SharedSearch(const LineTask& task, Workspace& work, Report& report, LineList& list)
-        : task_(task), work_(work), report_(report), lines_(list, work.memory(), MostLines(task)) {}
+        : task_(task),
+          work_(work),
+          report_(report),
+          stretches_(StretchesOf(task.max_J(), work.threads().num())),
+          lines_(list, work.memory(), kFirstLines) {}
 
     Status Run() {
-        work_.threads().Share(task_.max_J() + 1, [this](int J, int thread) {
+        const int num = static_cast<int>(stretches_.size());
+        work_.threads().Share(num, [this](int i, int thread) {
             if (failed_.load(std::memory_order_relaxed)) return;
-            Status status = RunJ(J, ScratchOf(work_.OfThread(thread)));
-            const int done = ++done_;
+            Status status = RunStretch(i, ScratchOf(work_.OfThread(thread)));
+            const Stretch& stretch = stretches_[static_cast<std::size_t>(i)];
+            const int done = done_ += stretch.last - stretch.first + 1;
             if (status && thread == 0) {
                 status = Tell(report_, Stage::Lines, done, task_.max_J() + 1);
             }
@@ -65,14 +85,15 @@ class SharedSearch {
     }
 
   private:
-    Status RunJ(int J, LineScratch& scratch) {
+    Status RunStretch(int i, LineScratch& scratch) {
         Result<LineList> lines = lines_.TakeEmpty();
         if (!lines) return lines.error();
-        const AssignedSet assigned = AssignedOf(task_.assigned, J);
+        const Stretch& stretch = stretches_[static_cast<std::size_t>(i)];
+        const AssignedSet assigned = AssignedOf(task_.assigned, stretch);
         PairSearch search(task_, assigned, scratch, work_.memory(), nullptr, lines.value());
-        KIV_TRY(search.Run(J));
+        for (int J = stretch.first; J <= stretch.last; ++J) KIV_TRY(search.Run(J));
         search.Finish();
-        return lines_.Put(J, std::move(lines).value());
+        return lines_.Put(i, std::move(lines).value());
     }
 
     void Fail(Status status) {
@@ -84,6 +105,7 @@ class SharedSearch {
     const LineTask& task_;
     Workspace& work_;
     Report& report_;
+    const std::vector<Stretch> stretches_;
     OrderedLines lines_;
     std::atomic<int> done_ = 0;
     std::atomic<bool> failed_ = false;

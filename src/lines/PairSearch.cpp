@@ -28,7 +28,7 @@ PairSearch::PairSearch(const LineTask& task, const AssignedSet& assigned, LineSc
       listening_(trace_ && trace_->WantsPairs()),
       list_(list),
       weights_(rules_, task.one_state()),
-      bound_(task),
+      bound_(scratch.bound),
       keep_dark_(weights_.is_on() && !(rules_.min_intensity >= 0.0)),
       match_(assigned, list, trace_),
       store_(list, memory, trace_) {
@@ -42,6 +42,7 @@ void PairSearch::SetValues() {
     values_.skip_dark = !keep_dark_;
     values_.upward_only = task_.one_state();
     values_.cutoff = rules_.min_intensity;
+    values_.is_ranged = rules_.range.has_value();
     values_.lowest = rules_.range ? (*rules_.range)[0] : -kInfinity;
     values_.highest = rules_.range ? (*rules_.range)[1] : kInfinity;
     values_.origin = task_.origin;
@@ -384,7 +385,8 @@ Status LineScratch::Begin(const Memory& memory, const LineTask& task) {
         return NoMemory(array_name::kPairLines);
     }
     std::fill(factor.begin(), factor.end(), 1.0);
-    return StrengthBound(task).is_on() ? BeginCut(memory, task, n) : Status();
+    bound = StrengthBound(task);
+    return bound.is_on() ? BeginCut(memory, task, n) : Status();
 }
 
 Status LineScratch::BeginCut(const Memory& memory, const LineTask& task, std::int64_t n) {

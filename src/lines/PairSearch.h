@@ -47,6 +47,7 @@ struct LineScratch {
     // r..2J' when the lines have a range
     Array<double> highest, lowest;
     // Those that a cut-off may leave
+    StrengthBound bound;
     GroupCut groups;
     Array<Candidate> candidates;
     Array<std::int32_t> upper;

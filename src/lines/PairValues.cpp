@@ -94,7 +94,7 @@ KIV_INLINE void EvaluateBody(const PairRun& run) {
         Long4 dropped = run.scaled ? strength <= run.cutoff : strength == 0.0;
         if (run.skip_dark) dropped |= raw == 0.0;
         if (run.upward_only) dropped |= position < 0.0;
-        dropped |= (position < run.lowest) | (position > run.highest);
+        if (run.is_ranged) dropped |= (position < run.lowest) | (position > run.highest);
         dropped &= left;
         std::memcpy(run.dropped + i, &dropped, sizeof dropped);
         any |= dropped;

@@ -16,10 +16,11 @@ namespace kiv {
 struct PairRun {
     int num;
     bool is_complex;
-    bool scaled;                  // there are temperatures: Boltzmann factors and a cut-off
-    bool skip_dark;               // no lines without raw intensity
-    bool upward_only;             // no lines of negative position
-    double cutoff;                // of the strengths
+    bool scaled;       // there are temperatures: Boltzmann factors and a cut-off
+    bool skip_dark;    // no lines without raw intensity
+    bool upward_only;  // no lines of negative position
+    double cutoff;     // of the strengths
+    bool is_ranged;
     double lowest, highest;       // positions that are lines
     const double* re[kNumBands];  // amplitudes
     const double* im[kNumBands];

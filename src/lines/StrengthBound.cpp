@@ -22,7 +22,7 @@ double LargestFactor(int Jl, int Ju) {
 
 }  // namespace
 
-StrengthBound::StrengthBound(const LineTask& task) : task_(task) {
+StrengthBound::StrengthBound(const LineTask& task) {
     const LineRules& rules = *task.rules;
     if (!(rules.temperature > 0.0) || !(rules.min_intensity > 0.0)) return;
     if (task.one_state() && task.origin != 0.0) return;

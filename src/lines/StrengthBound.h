@@ -27,6 +27,7 @@ class StrengthBound {
     /// A bound means nothing without temperatures and a positive cut-off, for energies that are not
     /// those of orthonormal vectors (infinite or nearly so), or where an origin makes lines of the
     /// pairs that go down in energy within one state: then it is off.
+    StrengthBound() = default;
     explicit StrengthBound(const LineTask& task);
 
     bool is_on() const { return on_; }
@@ -63,7 +64,6 @@ class StrengthBound {
   private:
     double FactorAt(const Factors& factors, double dE) const;
 
-    const LineTask& task_;
     bool on_ = false;
     double moment_ = 0.0;  // (sum of |projection|)^2
     double kT1_ = 0.0, kT2_ = 0.0, weight2_ = 0.0;
