@@ -1,7 +1,12 @@
 #include "BenchRotor.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <functional>
+
+#include "kiv/files.h"
 
 namespace kiv {
 namespace {
@@ -50,6 +55,23 @@ BenchRun BenchRotor(int max_J) {
     return run;
 }
 
+BenchRun BenchCut(int max_J, double share) {
+    BenchRun run = BenchRotor(max_J);
+    run.settings.lines.delta_K = kAllDeltaK;
+    run.settings.lines.temperature = 300.0;
+    run.settings.lines.min_intensity = 0.0;
+    if (share >= 1.0) return run;
+    BenchPass all(run);
+    all.Run();
+    const LineList& lines = all.room().lines;
+    std::vector<float> intensity(lines.intensity.begin(), lines.intensity.begin() + lines.size);
+    const auto kept = static_cast<std::ptrdiff_t>(share * lines.size);
+    std::nth_element(intensity.begin(), intensity.begin() + kept, intensity.end(),
+                     std::greater<>());
+    run.settings.lines.min_intensity = intensity[static_cast<std::size_t>(kept)];
+    return run;
+}
+
 BenchRun BenchBand(int max_J) {
     BenchRun run = BenchRotor(max_J);
     run.model.one_state = false;
@@ -84,8 +106,33 @@ int BenchDeltaK(int max_J) {
     return max_J;
 }
 
-BenchPass::BenchPass(const BenchRun& run)
-    : run_(run), task_{&run_.model, run_.settings.max_J, &run_.settings.lines} {
+void WriteBenchInput(const BenchRun& run) {
+    InputFile file;
+    file.out_base = "bench_run";
+    file.assignment_file = "none.asn";
+    for (const StateIndex index : {kLower, kUpper}) {
+        for (int c = 0; c < kNumConstants; ++c) {
+            file.states[index].status[c] = run.model.states[index].terms[c].on ? 1 : 0;
+        }
+    }
+    PutConstants(file, run.model);
+    file.fit_status = static_cast<std::int16_t>(run.settings.fit.data);
+    file.max_J = run.settings.max_J;
+    file.delta_K = run.settings.lines.delta_K;
+    file.min_intensity = run.settings.lines.min_intensity;
+    file.moment_percent = {100.0, 100.0, 0.0};
+    file.temperatures[0] = run.settings.lines.temperature;
+    file.cycles = 0;
+    StringSink text;
+    WriteInputFile(text, file);
+    std::ofstream(kBenchInput, std::ios::binary) << text.text();
+}
+
+BenchPass::BenchPass(const BenchRun& run, int threads, bool has_derivatives)
+    : run_(run),
+      task_{&run_.model, run_.settings.max_J, &run_.settings.lines},
+      work_(Memory(), threads) {
+    task_.has_derivatives = has_derivatives;
     task_.is_complex = NeedsComplex(run_.model.lower());
     Check(room_.Reserve(task_, work_.memory()));
 }

@@ -35,8 +35,16 @@ struct BenchRun {
 /// state, every line of |dKa| <= BenchDeltaK(max_J).
 BenchRun BenchRotor(int max_J);
 
+/// The same rotor at 300 K without a window of Ka, with a cut-off that keeps this share of its
+/// lines, the most intense ones.
+BenchRun BenchCut(int max_J, double share);
+
 /// The same rotor with an upper state of its own: all P, Q and R lines between the two.
 BenchRun BenchBand(int max_J);
+
+/// The input file of whole processes, in the folder of the benchmark.
+inline constexpr char kBenchInput[] = "bench_run.in";
+void WriteBenchInput(const BenchRun& run);
 
 /// Tilts the axes of both states by three angles, so that no symmetry is left: complex matrices of
 /// the full size.
@@ -55,7 +63,7 @@ int BenchDeltaK(int max_J);
 /// Passes of a run, with their memory; ends the program when that is refused.
 class BenchPass {
   public:
-    explicit BenchPass(const BenchRun& run);
+    explicit BenchPass(const BenchRun& run, int threads = 1, bool has_derivatives = true);
 
     /// Runs a pass. A state that is solved is not solved again, as in a fit.
     void Run();

@@ -13,8 +13,6 @@
 namespace kiv {
 namespace {
 
-constexpr char kInputName[] = "bench_run.in";
-
 void Pass(benchmark::State& state, const BenchRun& run) {
     BenchPass pass(run);
     pass.Run();  // the store has its size
@@ -22,40 +20,18 @@ void Pass(benchmark::State& state, const BenchRun& run) {
     state.counters["items"] = pass.room().lines.size;
 }
 
-const Words kFile{kInputName}, kRun{"run", kInputName}, kCheck{"check", kInputName},
-    kVersion{"--version"}, kCat{"export", "cat", kInputName, "-o", "bench_run.cat"},
-    kCsv{"export", "csv", kInputName, "-o", "bench_run.csv"},
-    kRunOnOne{"run", kInputName, "-j", "1"}, kRunOnTwo{"run", kInputName, "-j", "2"},
-    kCatOnOne{"export", "cat", kInputName, "-o", "bench_run.cat", "-j", "1"},
-    kCatOnTwo{"export", "cat", kInputName, "-o", "bench_run.cat", "-j", "2"};
-
-void WriteInput(const BenchRun& run) {
-    InputFile file;
-    file.out_base = "bench_run";
-    file.assignment_file = "none.asn";
-    for (const StateIndex index : {kLower, kUpper}) {
-        for (int c = 0; c < kNumConstants; ++c) {
-            file.states[index].status[c] = run.model.states[index].terms[c].on ? 1 : 0;
-        }
-    }
-    PutConstants(file, run.model);
-    file.fit_status = static_cast<std::int16_t>(run.settings.fit.data);
-    file.max_J = run.settings.max_J;
-    file.delta_K = run.settings.lines.delta_K;
-    file.min_intensity = 0.0;
-    file.moment_percent = {100.0, 100.0, 0.0};
-    file.temperatures[0] = run.settings.lines.temperature;
-    file.cycles = 0;
-    StringSink text;
-    WriteInputFile(text, file);
-    std::ofstream(kInputName, std::ios::binary) << text.text();
-}
+const Words kFile{kBenchInput}, kRun{"run", kBenchInput}, kCheck{"check", kBenchInput},
+    kVersion{"--version"}, kCat{"export", "cat", kBenchInput, "-o", "bench_run.cat"},
+    kCsv{"export", "csv", kBenchInput, "-o", "bench_run.csv"},
+    kRunOnOne{"run", kBenchInput, "-j", "1"}, kRunOnTwo{"run", kBenchInput, "-j", "2"},
+    kCatOnOne{"export", "cat", kBenchInput, "-o", "bench_run.cat", "-j", "1"},
+    kCatOnTwo{"export", "cat", kBenchInput, "-o", "bench_run.cat", "-j", "2"};
 
 std::map<int, double> peaks;  // MB, by max_J
 
 // The old results are there from the time before.
 void Process(benchmark::State& state, const BenchRun& run, const Words& words) {
-    WriteInput(run);
+    WriteBenchInput(run);
     {
         BenchPass pass(run);
         pass.Run();
@@ -121,7 +97,7 @@ constexpr int kMaxJs[] = {20, 35, 60, 100, 150, 200};
 
 void MeasurePeaks() {
     for (int max_J : kMaxJs) {
-        WriteInput(BenchRotor(max_J));
+        WriteBenchInput(BenchRotor(max_J));
         peaks[max_J] = RunProcess(kFile);
     }
 }

@@ -16,6 +16,7 @@ namespace kiv {
 
 void AddEigenRows();
 void AddRunRows();
+void AddCutRows();
 void MeasurePeaks();
 void AddOutputRows();
 void AddFitRows();
@@ -135,6 +136,7 @@ int main(int argc, char** argv) {
     if (all) kiv::MeasurePeaks();
     kiv::AddEigenRows();
     kiv::AddRunRows();
+    kiv::AddCutRows();
     kiv::AddOutputRows();
     kiv::AddFitRows();
     kiv::AddReportRows();

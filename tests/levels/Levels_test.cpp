@@ -385,6 +385,37 @@ TEST(LevelWorkspace, ChangesNoResult) {
     }
 }
 
+// Threads and energies alone give the same bits, whether blocks are tridiagonal, wider, complex or
+// turned; a workspace with scratch of other sizes serves for both.
+TEST(LevelWorkspace, GivesTheSameOnThreadsAndWithoutVectors) {
+    State wide = FullState(false);
+    wide.reduction = Reduction::S;
+    State turned = StdRotor({10.0, 20.0, 30.0});
+    State prolate = State::Rigid(60778.0, 10318.0, 8799.0);
+    prolate.Set(Constant::DJK, 1e-3).Set(Constant::dK, 1e-3);
+    Workspace alone, shared(Memory(), 3);
+    for (const State& state : {prolate, wide, FullState(true), turned, StdRotor({0, 40, 0})}) {
+        for (const int max_J : {0, 1, 2, 14, 7}) {
+            const Levels levels = SolveLevels(state, max_J, alone).value();
+            ExpectSameBits(SolveLevels(state, max_J, shared).value(), levels);
+            for (Workspace* work : {&alone, &shared}) {
+                const Levels energies = SolveEnergies(state, max_J, *work).value();
+                EXPECT_TRUE(energies.vectors_real.is_null());
+                const std::size_t n = levels.size();
+                EXPECT_EQ(
+                    std::memcmp(energies.energy.data(), levels.energy.data(), n * sizeof(double)),
+                    0);
+                EXPECT_TRUE(std::equal(levels.ka.begin(), levels.ka.end(), energies.ka.begin()));
+                EXPECT_TRUE(std::equal(levels.kc.begin(), levels.kc.end(), energies.kc.begin()));
+            }
+        }
+    }
+    State infinite = StdRotor();
+    infinite.terms[Constant::A].value = std::nan("");
+    EXPECT_EQ(SolveEnergies(infinite, 3, alone).error().code, ErrorCode::OutOfRange);
+    EXPECT_EQ(SolveEnergies(StdRotor(), -1, alone).error().code, ErrorCode::OutOfRange);
+}
+
 // Every array can be refused, is named, and leaves a workspace that goes on as if it were new,
 // whether it was used for smaller levels before or not.
 TEST(LevelWorkspace, SurvivesEveryRefusal) {
