@@ -94,7 +94,7 @@ class FeatureProblem {
     StateLevels levels_;
     std::vector<double> calculated_;  // of the features
     std::vector<bool> has_line_;
-    bool has_derivatives_ = false;  // of the levels as they are
+    bool has_derivatives_ = false;          // of the levels as they are
     Table<double> derivative_, term_size_;  // of the features
 };
 
