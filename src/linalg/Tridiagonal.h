@@ -9,12 +9,9 @@
 
 namespace kiv {
 
-/// Replaces the diagonal d[0..n-1] by the eigenvalues, in no particular order; the subdiagonal
-/// e[1..n-1] is destroyed.
-void TridiagonalValues(int n, double* d, double* e);
-
-/// The same for matrices in lanes, with the squares of their subdiagonals. All sweeps begin in the
-/// last row: errors may be some times the rounding of the largest element.
+/// Replaces the diagonals d of matrices in lanes by the eigenvalues, in no particular order; the
+/// squares e2 of their subdiagonals are destroyed. All sweeps begin in the last row: errors may be
+/// some times the rounding of the largest element.
 void TridiagonalValues(const LaneMatrices& matrices);
 
 }  // namespace kiv

@@ -39,12 +39,16 @@ class EnergySolver {
             room_ = std::max(kFirstRoom, 2 * J);
             KIV_TRY(scratch_.Fit(memory_, room_, H_.is_complex, SizeFor(H_)));
             const auto n = static_cast<std::size_t>(2 * room_ + 1);
+            const auto lanes = static_cast<std::int64_t>(n * kPairLanes);
+            if (!lanes_d_.Take(memory_, lanes) || !lanes_e2_.Take(memory_, lanes)) {
+                return NoMemory("");
+            }
             if (!H_.is_complex && !matrix_.Take(memory_, static_cast<std::int64_t>(n * n))) {
                 return NoMemory("");
             }
         }
         BuildBlocks(H_, J, scratch_);
-        for (int b = 0; b < scratch_.blocks.num; ++b) SolveBlock(b);
+        SolveBlocks();
         size_ = static_cast<std::size_t>(2 * J + 1);
         if (sorted) std::sort(scratch_.energies.data(), scratch_.energies.data() + size_);
         return {};
@@ -74,7 +78,44 @@ class EnergySolver {
         return state;
     }
 
-    void SolveBlock(int b) {
+    // The eigenvalues of all blocks side by side.
+    void SolveBlocks() {
+        const LevelBlocks& blocks = scratch_.blocks;
+        LaneMatrices lanes{0, lanes_d_.data(), lanes_e2_.data()};
+        for (int b = 0; b < blocks.num; ++b) lanes.n = std::max(lanes.n, blocks.block[b].N);
+        double above = 0.0;  // all eigenvalues
+        for (int b = 0; b < blocks.num; ++b) above = std::max(above, PutInLane(b, lanes));
+        for (int b = 0; b < kPairLanes; ++b) {
+            for (int i = b < blocks.num ? blocks.block[b].N : 0; i < lanes.n; ++i) {
+                lanes.d[i * kPairLanes + b] = 2.0 * above;
+                lanes.e2[i * kPairLanes + b] = 0.0;
+            }
+        }
+        TridiagonalValues(lanes);
+        for (int b = 0; b < blocks.num; ++b) {
+            double* const energy = scratch_.energies.data() + scratch_.first[b];
+            for (int i = 0; i < blocks.block[b].N; ++i) energy[i] = lanes.d[i * kPairLanes + b];
+        }
+    }
+
+    // A block as a tridiagonal matrix. Returns a bound of its eigenvalues.
+    double PutInLane(int b, const LaneMatrices& lanes) {
+        const int N = scratch_.blocks.block[b].N;
+        const double* const d = scratch_.energies.data() + scratch_.first[b];
+        const double* const e = scratch_.subdiagonal.data();
+        Reduce(b);
+        double bound = 0.0;
+        for (int i = 0; i < N; ++i) {
+            const double before = i > 0 ? e[i] : 0.0, behind = i + 1 < N ? e[i + 1] : 0.0;
+            lanes.d[i * kPairLanes + b] = d[i];
+            lanes.e2[i * kPairLanes + b] = before * before;
+            bound = std::max(bound, std::fabs(d[i]) + std::fabs(before) + std::fabs(behind));
+        }
+        return bound;
+    }
+
+    // Diagonal and subdiagonal of a block.
+    void Reduce(int b) {
         const int N = scratch_.blocks.block[b].N, first = scratch_.first[b];
         double* const d = scratch_.energies.data() + first;
         double* const e = scratch_.subdiagonal.data();
@@ -93,7 +134,6 @@ class EnergySolver {
             FillTriangle(real, first, N, 1.0, matrix_.data());
             tred2(N, N, matrix_.data(), d, e, matrix_.data());
         }
-        TridiagonalValues(N, d, e);
     }
 
     static void FillTriangle(const HamOp& op, int first, int N, double sign, double* a) {
@@ -111,6 +151,7 @@ class EnergySolver {
     const Memory& memory_;
     BlockScratch scratch_;
     Array<double> matrix_;
+    Array<double> lanes_d_, lanes_e2_;
     int room_ = -1;
     std::size_t size_ = 0;
 };
