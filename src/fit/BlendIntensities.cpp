@@ -4,8 +4,8 @@
 #include <tuple>
 
 #include "lines/Boltzmann.h"
+#include "lines/LineScratch.h"
 #include "lines/PairRules.h"
-#include "lines/PairSearch.h"
 #include "model/Frames.h"
 
 namespace kiv {
