@@ -231,7 +231,8 @@ std::string ConstantTable::Caption() const {
 }
 
 std::string ConstantTable::Text() const {
-    std::string text = "\\begin{table}\n\\caption{" + Caption() + "}\n\\begin{tabular}{ll";
+    std::string text =
+        "\\begin{table}\n\\centering\n\\caption{" + Caption() + "}\n\\medskip\n\\begin{tabular}{ll";
     text += two_states_ ? "rr}\n\\hline\nConstant & Unit & Lower & Upper \\\\\n\\hline\n"
                         : "r}\n\\hline\nConstant & Unit & Value \\\\\n\\hline\n";
     return text + Rows() + FitRow() + "\\hline\n\\end{tabular}\n\\end{table}\n";
