@@ -50,7 +50,6 @@ void ClearRest(const LevelBlocks& blocks, int J, Array<double>& vectors) {
     const int last = blocks.num - 1, N = blocks.block[last].N;
     const std::int64_t used = blocks.vec[last] + std::int64_t{N} * VecLd(N);
     const std::int64_t room = VecOffset(J + 1) - VecOffset(J);
-    if (used == room) return;
     double* const start = VecStart(vectors, J);
     std::fill_n(start + used, kVecStep, 0.0);
     std::fill_n(start + room - kVecStep, kVecStep, 0.0);

@@ -19,11 +19,13 @@ inline constexpr int kVecStep = 8;  // doubles in the widest vector
 /// Distance of the eigenvectors of a block of N functions.
 constexpr int VecLd(int N) { return (N + kVecStep - 1) / kVecStep * kVecStep; }
 
-/// Place of the eigenvectors of J: the sum of (2j+1) VecLd(2j+1), the most they need, over j < J.
+/// Place of the eigenvectors of J: the sum over j < J of (2j+1) VecLd(2j+1), the most they need,
+/// and a vector of zeros, so that reading behind the last one of j is not reading those of another
+/// J.
 constexpr std::int64_t VecOffset(std::int64_t J) {
     const std::int64_t q = J / 4, r = J % 4;  // VecLd(2j+1) = 8 (j/4 + 1)
     return 128 * ((q - 1) * q * (2 * q - 1) / 3 + 3 * q * (q - 1) / 2 + q) +
-           8 * (q + 1) * (8 * q * r + r * r);
+           8 * (q + 1) * (8 * q * r + r * r) + kVecStep * J;
 }
 
 /// Numbers of an array that holds the eigenvectors up to max_J: room for a whole vector before and
