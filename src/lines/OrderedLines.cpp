@@ -65,8 +65,8 @@ Status OrderedLines::Put(int n, LineList lines) {
         lock.unlock();
         Copy(piece);
         lock.lock();
-        empty_.push_back(std::move(piece.lines));
         if (--num_copying_ == 0) copied_.notify_all();
+        empty_.push_back(std::move(piece.lines));
     }
     return status_;
 }
