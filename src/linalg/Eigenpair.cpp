@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 
 #include "base/Simd.h"
 
@@ -12,14 +13,14 @@ static_assert(sizeof(Vec4) == kPairLanes * sizeof(double));
 
 constexpr double kLeastPivot = 1e-290;  // its inverse times a matrix element is still a number
 
-// A row of all lanes, wherever it begins.
-using LaneRow = double __attribute__((vector_size(32), aligned(8), may_alias));
-
-KIV_INLINE const LaneRow& Row(const double* lanes, int i) {
-    return reinterpret_cast<const LaneRow*>(lanes)[i];
+// Row i of all lanes.
+KIV_INLINE void GetRow(Vec4& row, const double* lanes, int i) {
+    LoadVec(row, lanes + std::ptrdiff_t{i} * kPairLanes);
 }
 
-KIV_INLINE LaneRow& Row(double* lanes, int i) { return reinterpret_cast<LaneRow*>(lanes)[i]; }
+KIV_INLINE void PutRow(double* lanes, int i, const Vec4& row) {
+    StoreVec(lanes + std::ptrdiff_t{i} * kPairLanes, row);
+}
 
 KIV_INLINE void KeepFromZero(Vec4& pivot) { pivot = pivot == 0.0 ? Vec4{} + kLeastPivot : pivot; }
 
@@ -35,7 +36,8 @@ KIV_INLINE void RunQuotientBody(const QuotientRun& run) {
     const TridiagonalMatrix& matrix = *run.matrix;
     Vec4 diagonal = {}, beside = {}, above = {};
     for (int i = 0; i < matrix.n; ++i) {
-        const Vec4 z = Row(run.z, i);
+        Vec4 z;
+        GetRow(z, run.z, i);
         diagonal += matrix.d[i] * (z * z);
         if (i > 0) beside += matrix.e[i - 1] * (above * z);
         above = z;
@@ -64,22 +66,26 @@ KIV_INLINE void RunImproveBody(const ImproveRun& run) {
     Vec4 down = d[0] - value, up = d[n - 1] - value;
     KeepFromZero(down);
     KeepFromZero(up);
-    Row(run.bottom, n - 1) = up;
+    PutRow(run.bottom, n - 1, up);
     for (int i = 0, j = n - 2; j >= 0; ++i, --j) {
         const Vec4 from_top = e[i] / down, from_bottom = e[j] / up;
-        Row(run.top, i) = from_top;
+        PutRow(run.top, i, from_top);
         down = (d[i + 1] - value) - e[i] * from_top;
         up = (d[j] - value) - e[j] * from_bottom;
         KeepFromZero(down);
         KeepFromZero(up);
-        Row(run.z, j + 1) = from_bottom;
-        Row(run.bottom, j) = up;
+        PutRow(run.z, j + 1, from_bottom);
+        PutRow(run.bottom, j, up);
     }
 
-    Vec4 remainder = Row(run.bottom, 0), least = remainder < 0.0 ? -remainder : remainder;
-    Vec4 meet = {};
+    Vec4 remainder, meet = {};
+    GetRow(remainder, run.bottom, 0);
+    Vec4 least = remainder < 0.0 ? -remainder : remainder;
     for (int i = 1; i < n; ++i) {
-        const Vec4 here = Row(run.bottom, i) - e[i - 1] * Row(run.top, i - 1);
+        Vec4 from_bottom, from_top;
+        GetRow(from_bottom, run.bottom, i);
+        GetRow(from_top, run.top, i - 1);
+        const Vec4 here = from_bottom - e[i - 1] * from_top;
         const Vec4 size = here < 0.0 ? -here : here;
         const auto is_less = size < least;
         least = is_less ? size : least;
@@ -90,26 +96,33 @@ KIV_INLINE void RunImproveBody(const ImproveRun& run) {
     // above the row where they meet, from the bottom, then below it, from the top
     const Vec4 one = Vec4{} + 1.0;
     Vec4 z = meet == static_cast<double>(n - 1) ? one : Vec4{};
-    Row(run.bottom, n - 1) = z;
+    PutRow(run.bottom, n - 1, z);
     for (int i = n - 2; i >= 0; --i) {
-        z = meet == static_cast<double>(i) ? one : -(Row(run.top, i) * z);
-        Row(run.bottom, i) = z;
+        Vec4 ratio;
+        GetRow(ratio, run.top, i);
+        z = meet == static_cast<double>(i) ? one : -(ratio * z);
+        PutRow(run.bottom, i, z);
     }
     Vec4 sum = z * z, below = {};
-    Row(run.z, 0) = z;
+    PutRow(run.z, 0, z);
     Vec4 last = z;
     for (int i = 1; i < n; ++i) {
         const Vec4 before = meet == static_cast<double>(i - 1) ? last : below;
-        below = -(Row(run.z, i) * before);
-        last = Row(run.bottom, i);
+        Vec4 ratio;
+        GetRow(ratio, run.z, i);
+        below = -(ratio * before);
+        GetRow(last, run.bottom, i);
         z = last + below;
         sum += z * z;
-        Row(run.z, i) = z;
+        PutRow(run.z, i, z);
     }
     Vec4 size = sum;
     SqrtVec(size);
     const Vec4 factor = 1.0 / size;
-    for (int i = 0; i < n; ++i) Row(run.z, i) = Row(run.z, i) * factor;
+    for (int i = 0; i < n; ++i) {
+        GetRow(z, run.z, i);
+        PutRow(run.z, i, z * factor);
+    }
     StoreVec(run.change, remainder / sum);
 }
 
@@ -134,7 +147,9 @@ KIV_INLINE void RunCountBody(const CountRun& run) {
         shift[k] = Vec4{} + run.shifts[k];
     }
     for (int i = 0; i < matrices.n; ++i) {
-        const Vec4 d = Row(matrices.d, i), e2 = Row(matrices.e2, i);
+        Vec4 d, e2;
+        GetRow(d, matrices.d, i);
+        GetRow(e2, matrices.e2, i);
         for (int k = 0; k < kShifts; ++k) {
             pivot[k] = (d - shift[k]) - e2 / pivot[k];
             KeepFromZero(pivot[k]);
