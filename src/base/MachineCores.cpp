@@ -60,15 +60,16 @@ int CoresOfGroups(const std::string& root) {
     return cores;
 }
 
-#ifdef __EMSCRIPTEN__
-int UsableCores() { return 1; }
-#else
 int UsableCores() {
+#ifdef __EMSCRIPTEN__
+    constexpr int kMost = 1;  // where there are no threads
+#else
+    constexpr int kMost = kAnyCores;
+#endif
     const int affinity = CoresOfAffinity();
     const int cores =
         affinity > 0 ? affinity : static_cast<int>(std::thread::hardware_concurrency());
-    return std::max(1, std::min(cores, CoresOfGroups()));
+    return std::max(1, std::min({cores, CoresOfGroups(), kMost}));
 }
-#endif
 
 }  // namespace kiv
