@@ -11,7 +11,8 @@ namespace kiv {
 int UsableCores();
 
 /// A number of threads, the caller's among them. The others are started when there is first
-/// something to share, and end with the pool. One caller at a time.
+/// something to share, and end with the pool; between runs they look out for the next one for a
+/// millisecond and then sleep. One caller at a time.
 class Threads {
   public:
     /// `num` threads; 1 or less: the caller's alone.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <exception>
@@ -42,9 +43,33 @@ class SignalsHeldOff {
 #endif
 };
 
+// Tells the core that a loop waits for another one.
+void Pause() {
+#if defined(__x86_64__) || defined(__i386__)
+    __builtin_ia32_pause();
+#endif
+}
+
+// Waits a while for what is about to happen, without sleep: waking a thread takes longer than many
+// a run.
+template <class Condition>
+void SpinUntil(const Condition& happened) {
+    constexpr int kFew = 64;  // looks in a row before another thread may have the core
+    constexpr std::chrono::microseconds kSoon{1000};
+    const auto end = std::chrono::steady_clock::now() + kSoon;
+    do {
+        for (int i = 0; i < kFew; ++i) {
+            if (happened()) return;
+            Pause();
+        }
+        std::this_thread::yield();
+    } while (std::chrono::steady_clock::now() < end);
+}
+
 }  // namespace
 
-// The threads beside the caller's, which sleep between runs.
+// The threads beside the caller's, which sleep between runs. A thread that wakes when the others
+// have done everything is not waited for.
 class Threads::Team {
   public:
     explicit Team(int others) {
@@ -75,12 +100,17 @@ class Threads::Team {
             part_ = &part;
             parts_ = parts;
             next_.store(0);
-            busy_ = static_cast<int>(threads_.size());
             failure_ = nullptr;
+            is_open_ = true;
             ++run_;
         }
         wake_.notify_all();
         Work(0);
+        {
+            const std::lock_guard lock(mutex_);
+            is_open_ = false;
+        }
+        SpinUntil([this] { return busy_.load() == 0; });
         std::unique_lock lock(mutex_);
         done_.wait(lock, [this] { return busy_ == 0; });
         if (failure_) std::rethrow_exception(failure_);
@@ -88,18 +118,23 @@ class Threads::Team {
 
   private:
     void Serve(int thread) {
-        std::uint64_t last_run = 0;
-        while (true) {
-            {
-                std::unique_lock lock(mutex_);
-                wake_.wait(lock, [&] { return is_over_ || run_ != last_run; });
-                if (is_over_) return;
-                last_run = run_;
-            }
+        for (std::uint64_t last_run = 0; Enter(last_run);) {
             Work(thread);
             const std::lock_guard lock(mutex_);
             if (--busy_ == 0) done_.notify_one();
         }
+    }
+
+    // Waits for a run after `last_run` that still has parts. False when the team is over.
+    bool Enter(std::uint64_t& last_run) {
+        const auto is_called = [&] { return is_over_ || (is_open_ && run_ != last_run); };
+        SpinUntil(is_called);
+        std::unique_lock lock(mutex_);
+        wake_.wait(lock, is_called);
+        if (is_over_) return false;
+        last_run = run_;
+        ++busy_;
+        return true;
     }
 
     void Work(int thread) {
@@ -118,10 +153,11 @@ class Threads::Team {
     const std::function<void(int, int)>* part_ = nullptr;
     int parts_ = 0;
     std::atomic<int> next_{0};
-    int busy_ = 0;  // threads that have not finished it
+    std::atomic<int> busy_{0};          // threads that work on it, beside the caller's
+    std::atomic<bool> is_open_{false};  // for more of them
     std::exception_ptr failure_;
-    std::uint64_t run_ = 0;
-    bool is_over_ = false;
+    std::atomic<std::uint64_t> run_{0};
+    std::atomic<bool> is_over_{false};
     std::vector<std::thread> threads_;
 };
 
