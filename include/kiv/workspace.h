@@ -39,7 +39,7 @@ class Workspace {
         }
     }
 
-    enum class Slot : std::size_t { Levels, Lines, Pass, Count };
+    enum class Slot : std::size_t { Levels, Lines, SpareLists, Pass, Count };
 
     /// The part of a layer, made when it is first asked for. T is the type of that slot.
     template <class T>

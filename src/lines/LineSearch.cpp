@@ -8,6 +8,7 @@
 
 #include "base/Failure.h"
 #include "base/LineKey.h"
+#include "lines/LineStore.h"
 #include "lines/OrderedLines.h"
 #include "lines/PairSearch.h"
 
@@ -48,6 +49,13 @@ std::vector<Stretch> StretchesOf(int max_J, int threads) {
     return stretches;
 }
 
+// Pairs of levels of a stretch, on average.
+std::int32_t PairsOfStretch(int max_J, std::size_t stretches) {
+    const double J = max_J + 1.0;
+    return static_cast<std::int32_t>(
+        std::min<double>(4.0 * J * J * J / static_cast<double>(stretches), kFirstLines));
+}
+
 // The assignments of lines from levels of these J.
 AssignedSet AssignedOf(const AssignedSet& all, const Stretch& stretch) {
     const auto place = [&](int from_J) {
@@ -67,7 +75,8 @@ class SharedSearch {
           work_(work),
           report_(report),
           stretches_(StretchesOf(task.max_J(), work.threads().num())),
-          lines_(list, work.memory(), kFirstLines) {}
+          lines_(list, work.memory(), work.Part<SpareLists>(Workspace::Slot::SpareLists),
+                 PairsOfStretch(task.max_J(), stretches_.size())) {}
 
     Status Run() {
         const int num = static_cast<int>(stretches_.size());

@@ -21,23 +21,28 @@ void CopyEntries(const Array<T>& from, std::int32_t num, std::size_t width, Arra
 
 }  // namespace
 
-OrderedLines::OrderedLines(LineList& all, const Memory& memory, std::int32_t capacity)
-    : all_(all), memory_(memory), capacity_(capacity) {
+OrderedLines::OrderedLines(LineList& all, const Memory& memory, SpareLists& spare,
+                           std::int32_t capacity)
+    : all_(all), memory_(memory), spare_(spare), capacity_(capacity) {
     all_.size = all_.matched = all_.missing = 0;
+    const bool is_complex = !all_.amplitude_imag.is_null(), one_state = !all_.upper_level.is_null();
+    if (spare_.is_complex != is_complex || spare_.one_state != one_state) spare_.lists.clear();
+    spare_.is_complex = is_complex;
+    spare_.one_state = one_state;
 }
 
 Result<LineList> OrderedLines::TakeEmpty() {
     {
         const std::lock_guard lock(mutex_);
-        if (!empty_.empty()) {
-            LineList lines = std::move(empty_.back());
-            empty_.pop_back();
+        if (!spare_.lists.empty()) {
+            LineList lines = std::move(spare_.lists.back());
+            spare_.lists.pop_back();
+            lines.size = lines.matched = lines.missing = 0;
             return lines;
         }
     }
     LineList lines;
-    KIV_TRY(lines.Reserve(memory_, capacity_, !all_.amplitude_imag.is_null(),
-                          !all_.upper_level.is_null()));
+    KIV_TRY(lines.Reserve(memory_, capacity_, spare_.is_complex, spare_.one_state));
     return lines;
 }
 
@@ -66,7 +71,7 @@ Status OrderedLines::Put(int n, LineList lines) {
         Copy(piece);
         lock.lock();
         if (--num_copying_ == 0) copied_.notify_all();
-        empty_.push_back(std::move(piece.lines));
+        spare_.lists.push_back(std::move(piece.lines));
     }
     return status_;
 }

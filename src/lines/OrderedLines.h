@@ -11,12 +11,19 @@
 
 namespace kiv {
 
+/// Lists that are not in use, kept between searches.
+struct SpareLists {
+    std::vector<LineList> lists;
+    bool is_complex = false, one_state = false;  // the lists
+};
+
 /// Appends lists to another one in the order of their numbers, whatever the order in which they
 /// come. May be used from several threads at once.
 class OrderedLines {
   public:
-    /// Empties `all`, which grows as it must. Lists have room for `capacity` lines.
-    OrderedLines(LineList& all, const Memory& memory, std::int32_t capacity);
+    /// Empties `all`, which grows as it must. Lists come from `spare` and go back there; new ones
+    /// have room for `capacity` lines.
+    OrderedLines(LineList& all, const Memory& memory, SpareLists& spare, std::int32_t capacity);
 
     /// An empty list for the lines of one number. NoMemory.
     Result<LineList> TakeEmpty();
@@ -38,11 +45,11 @@ class OrderedLines {
 
     LineList& all_;
     const Memory& memory_;
+    SpareLists& spare_;
     const std::int32_t capacity_;
     std::mutex mutex_;
     std::condition_variable copied_;
     std::map<int, LineList> waiting_;
-    std::vector<LineList> empty_;
     int next_ = 0;
     int num_copying_ = 0;
     bool is_growing_ = false;
