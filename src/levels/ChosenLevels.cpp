@@ -137,7 +137,8 @@ void ChosenLevels::SetValues(const ChosenJ& of_J) {
     double* const d = values_.data();
     std::copy_n(matrices_.d, kPairLanes * n, d);
     std::copy_n(matrices_.e2, kPairLanes * n, room_.data());
-    TridiagonalValues({matrices_.n, d, room_.data()});
+    const LaneMatrices matrices{matrices_.n, d, room_.data()};
+    TridiagonalValues({&matrices, 1});
     for (int b = 0; b < of_J.blocks.num; ++b) {
         for (int i = 1; i < of_J.blocks.block[b].N; ++i) {
             const double value = d[i * kPairLanes + b];

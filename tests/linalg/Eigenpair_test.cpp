@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <numbers>
 #include <vector>
 
@@ -106,12 +107,13 @@ TEST(Eigenpair, CountsEigenvalues) {
     }
 }
 
-TEST(Eigenpair, FindsAllValuesOfFourMatrices) {
-    FourMatrices matrices;
-    TridiagonalValues(matrices.lanes);
+// Any number of sets at once, each as if it were alone.
+TEST(Eigenpair, FindsAllValuesOfSetsOfFourMatrices) {
+    FourMatrices alone;
+    TridiagonalValues({&alone.lanes, 1});
     const auto sorted = [&](std::size_t lane) {
         std::vector<double> values;
-        for (int i = 0; i < kN; ++i) values.push_back(matrices.d[At(i, lane)]);
+        for (int i = 0; i < kN; ++i) values.push_back(alone.d[At(i, lane)]);
         std::sort(values.begin(), values.end());
         return values;
     };
@@ -124,6 +126,22 @@ TEST(Eigenpair, FindsAllValuesOfFourMatrices) {
     EXPECT_NEAR(second[0], 1.0, 1e-12);
     EXPECT_NEAR(second[1], 5.0, 1e-12);
     EXPECT_EQ(sorted(2), std::vector<double>(kN, kAbove));
+
+    constexpr double kScale[] = {1.0, 0.125, 64.0, 1.0, 2.0, 0.5, 4.0};  // exact ones
+    for (std::size_t num = 1; num <= std::size(kScale); ++num) {
+        std::vector<FourMatrices> sets(num);
+        std::vector<LaneMatrices> lanes;
+        for (std::size_t set = 0; set < num; ++set) {
+            for (double& x : sets[set].d) x *= kScale[set];
+            for (double& x : sets[set].e2) x *= kScale[set] * kScale[set];
+            lanes.push_back({kN, sets[set].d.data(), sets[set].e2.data()});
+        }
+        TridiagonalValues(lanes);
+        for (std::size_t set = 0; set < num; ++set) {
+            for (double& x : sets[set].d) x /= kScale[set];
+            EXPECT_EQ(sets[set].d, alone.d) << set << " of " << num;
+        }
+    }
 }
 
 }  // namespace
