@@ -9,10 +9,12 @@
 
 namespace kiv {
 
-/// How far a sum is taken.
+/// How far a sum is taken, and what is known already.
 struct PartitionOptions {
     double negligible = 1e-9;  // of the sum: the terms of J below which it ends
     int last_J = 1000;         // it ends there at the latest
+    /// Levels of the states of the model, whose energies are not calculated again; null: none.
+    const Levels* levels[kNumStates] = {};
 };
 
 /// Q = sum of spin_weight (2J+1) exp(-(E - E0)/kT) over all levels, E0 the lowest of them.

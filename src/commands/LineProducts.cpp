@@ -141,7 +141,13 @@ Status LineProducts::SumQ() {
         Q_ = *options_.Q;
         return {};
     }
-    const Result<Partition> sum = SumPartition(SummedModel(job_, calculation_), settings, work_);
+    PartitionOptions options;
+    if (job_.form == InputForm::Named || !calculation_.fit) {  // the levels are those of the model
+        options.levels[kLower] = &calculation_.room.lower();
+        options.levels[kUpper] = &calculation_.room.upper();
+    }
+    const Result<Partition> sum =
+        SumPartition(SummedModel(job_, calculation_), settings, work_, options);
     if (!sum) return sum.error();
     partition_ = sum.value();
     Q_ = partition_->Q;

@@ -4,18 +4,16 @@
 #include <cmath>
 #include <limits>
 #include <new>
-#include <optional>
+#include <span>
+#include <utility>
 #include <vector>
 
 #include "base/ExpFunc.h"
 #include "base/Failure.h"
 #include "base/Trig.h"
-#include "levels/Bands.h"
 #include "levels/Solution.h"
-#include "linalg/Eispack.h"
-#include "linalg/Hermitian.h"
-#include "linalg/Tridiagonal.h"
 #include "lines/PairRules.h"
+#include "lines/StateEnergies.h"
 
 namespace kiv {
 namespace {
@@ -23,138 +21,6 @@ namespace {
 constexpr double kNeededShare = 0.999;
 constexpr double kOpen = 1e-7;      // of the sum: terms that are missed at its end
 constexpr double kColdest = 690.0;  // kT above which a level counts nothing
-constexpr int kFirstRoom = 63;      // highest J of the first scratch
-
-// Energies of one J after the other, without eigenvectors.
-class EnergySolver {
-  public:
-    EnergySolver(const State& state, const Memory& memory)
-        : turned_(Turn(WithoutIdleTilt(state))),
-          H_{&turned_, NeedsComplex(WithoutIdleTilt(state))},
-          memory_(memory) {}
-
-    /// The 2J + 1 energies of J, ascending only when `sorted`.
-    Status Solve(int J, bool sorted) {
-        if (J > room_) {
-            room_ = std::max(kFirstRoom, 2 * J);
-            KIV_TRY(scratch_.Fit(memory_, room_, H_.is_complex, SizeFor(H_)));
-            const auto n = static_cast<std::size_t>(2 * room_ + 1);
-            const auto lanes = static_cast<std::int64_t>(n * kPairLanes);
-            if (!lanes_d_.Take(memory_, lanes) || !lanes_e2_.Take(memory_, lanes)) {
-                return NoMemory("");
-            }
-            if (!H_.is_complex && !matrix_.Take(memory_, static_cast<std::int64_t>(n * n))) {
-                return NoMemory("");
-            }
-        }
-        BuildBlocks(H_, J, scratch_);
-        SolveBlocks();
-        size_ = static_cast<std::size_t>(2 * J + 1);
-        if (sorted) std::sort(scratch_.energies.data(), scratch_.energies.data() + size_);
-        return {};
-    }
-
-    std::span<const double> energies() { return scratch_.energies.Part(0, size_); }
-
-    /// Highest J at which terms linear in P can still let the lowest level fall.
-    double last_fall() const {
-        const auto& value = turned_.value;
-        const double linear = std::fabs(value[Constant::PX]) + std::fabs(value[Constant::PY]) +
-                              std::fabs(value[Constant::PZ]);
-        const auto& given = turned_.is_turned ? turned_.given
-                                              : std::array{value[Constant::A], value[Constant::B],
-                                                           value[Constant::C]};
-        return 1.0 + linear / *std::min_element(given.begin(), given.end());
-    }
-
-  private:
-    // Turned axes change no energy as long as there are no other constants.
-    static State WithoutIdleTilt(State state) {
-        bool is_rigid = true;
-        for (int c = 3; c < kNumConstants; ++c) {
-            is_rigid &= !state.terms[c].on || state.terms[c].value == 0.0;
-        }
-        if (is_rigid) state.tilt = {};
-        return state;
-    }
-
-    // The eigenvalues of all blocks side by side.
-    void SolveBlocks() {
-        const LevelBlocks& blocks = scratch_.blocks;
-        LaneMatrices lanes{0, lanes_d_.data(), lanes_e2_.data()};
-        for (int b = 0; b < blocks.num; ++b) lanes.n = std::max(lanes.n, blocks.block[b].N);
-        double above = 0.0;  // all eigenvalues
-        for (int b = 0; b < blocks.num; ++b) above = std::max(above, PutInLane(b, lanes));
-        for (int b = 0; b < kPairLanes; ++b) {
-            for (int i = b < blocks.num ? blocks.block[b].N : 0; i < lanes.n; ++i) {
-                lanes.d[i * kPairLanes + b] = 2.0 * above;
-                lanes.e2[i * kPairLanes + b] = 0.0;
-            }
-        }
-        TridiagonalValues(lanes);
-        for (int b = 0; b < blocks.num; ++b) {
-            double* const energy = scratch_.energies.data() + scratch_.first[b];
-            for (int i = 0; i < blocks.block[b].N; ++i) energy[i] = lanes.d[i * kPairLanes + b];
-        }
-    }
-
-    // A block as a tridiagonal matrix. Returns a bound of its eigenvalues.
-    double PutInLane(int b, const LaneMatrices& lanes) {
-        const int N = scratch_.blocks.block[b].N;
-        const double* const d = scratch_.energies.data() + scratch_.first[b];
-        const double* const e = scratch_.subdiagonal.data();
-        Reduce(b);
-        double bound = 0.0;
-        for (int i = 0; i < N; ++i) {
-            const double before = i > 0 ? e[i] : 0.0, behind = i + 1 < N ? e[i + 1] : 0.0;
-            lanes.d[i * kPairLanes + b] = d[i];
-            lanes.e2[i * kPairLanes + b] = before * before;
-            bound = std::max(bound, std::fabs(d[i]) + std::fabs(before) + std::fabs(behind));
-        }
-        return bound;
-    }
-
-    // Diagonal and subdiagonal of a block.
-    void Reduce(int b) {
-        const int N = scratch_.blocks.block[b].N, first = scratch_.first[b];
-        double* const d = scratch_.energies.data() + first;
-        double* const e = scratch_.subdiagonal.data();
-        const HamOp &real = scratch_.ham[0], &imaginary = scratch_.ham[1];
-        if (H_.is_complex) {
-            double *re = scratch_.matrix_real.data(), *im = scratch_.matrix_imag.data();
-            FillTriangle(real, first, N, 1.0, re);
-            FillTriangle(imaginary, first, N, -1.0, im);
-            htridi(N, N, re, im, d, e, scratch_.subdiagonal2.data(), scratch_.phases.data());
-        } else if (real.width <= 1) {
-            for (int m = 0; m < N; ++m) {
-                d[m] = real.band[0][first + m];
-                if (m > 0) e[m] = real.width > 0 ? real.band[1][first + m - 1] : 0.0;
-            }
-        } else {
-            FillTriangle(real, first, N, 1.0, matrix_.data());
-            tred2(N, N, matrix_.data(), d, e, matrix_.data());
-        }
-    }
-
-    static void FillTriangle(const HamOp& op, int first, int N, double sign, double* a) {
-        for (int col = 0; col < N; ++col) {
-            for (int row = col; row < N; ++row) {
-                const int b = row - col;
-                a[static_cast<std::size_t>(col) * static_cast<std::size_t>(N) + row] =
-                    b <= op.width ? sign * op.band[b][first + col] : 0.0;
-            }
-        }
-    }
-
-    TurnedState turned_;
-    Hamiltonian H_;
-    const Memory& memory_;
-    BlockScratch scratch_;
-    Array<double> matrix_;
-    Array<double> lanes_d_, lanes_e2_;
-    int room_ = -1;
-    std::size_t size_ = 0;
-};
 
 // Sums over the levels of both states, J by J.
 class Summation {
@@ -167,21 +33,24 @@ class Summation {
                              [&](std::int32_t w) { return w == rules.spin_weights[0]; })) {}
 
     /// Adds the levels of a state at origin + E, counted from `zero`.
-    Status Add(const State& state, double origin, double zero, const Memory& memory) {
+    Status Add(const Model& model, StateIndex index, double zero, Workspace& work) {
+        const State& state = model.states[index];
+        const double origin = index == kUpper ? model.origin.value : 0.0;
         KIV_TRY(CheckFinite(state));
         for (const Constant c : {Constant::A, Constant::B, Constant::C}) {
             if (state.value(c) > 0.0) continue;
             return Error{ErrorCode::OutOfRange, "a rotational constant is not positive", NameOf(c)};
         }
-        EnergySolver solver(state, memory);
+        StateEnergies energies_of(state, options_.levels[index], !equal_, work);
         double below = std::numeric_limits<double>::infinity();  // lowest level of J - 1
         double last = 0.0, before_last = 0.0;                    // terms
         for (int J = 0;; ++J) {
-            KIV_TRY(solver.Solve(J, !equal_));
-            const auto energies = solver.energies();
+            const Result<std::span<const double>> solved = energies_of.Of(J);
+            if (!solved) return solved.error();
+            const std::span<const double> energies = solved.value();
             const double lowest = *std::min_element(energies.begin(), energies.end());
             const bool is_open = std::max(last, before_last) >= kOpen * sum_;
-            if (J > solver.last_fall() && lowest < below) {
+            if (J > energies_of.last_fall() && lowest < below) {
                 result_.turned_over |= is_open;
                 return {};
             }
@@ -289,12 +158,9 @@ Result<Partition> SumPartition(const Model& model, const Settings& settings, Wor
         return Partition{};
     }
     Summation summation(settings.lines, options);
-    const double origin = model.one_state ? 0.0 : model.origin.value;
-    const double zero = std::min(origin, 0.0);
-    KIV_TRY(summation.Add(model.lower(), 0.0, zero, work.memory()));
-    if (!model.one_state) {
-        KIV_TRY(summation.Add(model.upper(), origin, zero, work.memory()));
-    }
+    const double zero = model.one_state ? 0.0 : std::min(model.origin.value, 0.0);
+    KIV_TRY(summation.Add(model, kLower, zero, work));
+    if (!model.one_state) KIV_TRY(summation.Add(model, kUpper, zero, work));
     return summation.Finish(settings.max_J, zero);
 } catch (const std::bad_alloc&) {
     return NoMemory("");

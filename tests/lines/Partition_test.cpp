@@ -155,6 +155,36 @@ TEST(Partition, EndsWhereDistortionTurnsOver) {
     EXPECT_LT(cold.last_J, 22);
 }
 
+// Threads change nothing, nor do levels that are there already, but for rounding.
+TEST(Partition, IsTheSameOnThreadsAndWithKnownLevels) {
+    Workspace three(Memory(), 3);
+    for (const PartitionCase& c : PartitionCases()) {
+        SCOPED_TRACE(c.name);
+        Model model = OneState(c.state);
+        model.upper() = State::Rigid(8.0, 5.0, 4.0);
+        model.origin.value = 40.0;
+        model.one_state = c.weights[1] == 1;
+        Settings settings = At(300.0, 5);
+        settings.lines.spin_weights = c.weights;
+        const Partition whole = Sum(model, settings);
+        EXPECT_GT(whole.last_J, 30);
+        const Partition shared = SumPartition(model, settings, three).value();
+        EXPECT_EQ(shared.Q, whole.Q);
+        EXPECT_EQ(shared.last_J, whole.last_J);
+        for (const int max_J : {0, 5, 22, 100}) {
+            const Levels lower = SolveLevels(model.lower(), max_J, three).value();
+            const Levels upper = SolveLevels(model.upper(), max_J, three).value();
+            PartitionOptions options;
+            options.levels[kLower] = &lower;
+            options.levels[kUpper] = &upper;
+            const Partition known = SumPartition(model, settings, three, options).value();
+            EXPECT_NEAR(known.Q, whole.Q, 1e-12 * whole.Q);
+            EXPECT_NEAR(known.up_to_max_J, whole.up_to_max_J, 1e-12 * whole.Q);
+            EXPECT_EQ(known.J_needed, whole.J_needed);
+        }
+    }
+}
+
 // From levels that are there: their part to the last bits, the rest as good as the tail is small.
 TEST(Partition, FromLevelsHasAClassicalTail) {
     Model model = OneState(State::Rigid(9.0, 1.6, 1.35).Set(Constant::DJ, 1e-6));

@@ -1,0 +1,183 @@
+#include "lines/StateEnergies.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+
+#include "base/Failure.h"
+#include "levels/Bands.h"
+#include "linalg/Eispack.h"
+#include "linalg/Hermitian.h"
+#include "linalg/Tridiagonal.h"
+
+namespace kiv {
+namespace {
+
+constexpr int kFirstRoom = 63;  // highest J of the first scratch
+
+// Turned axes change no energy as long as there are no other constants.
+State WithoutIdleTilt(State state) {
+    bool is_rigid = true;
+    for (int c = 3; c < kNumConstants; ++c) {
+        is_rigid &= !state.terms[c].on || state.terms[c].value == 0.0;
+    }
+    if (is_rigid) state.tilt = {};
+    return state;
+}
+
+void FillTriangle(const HamOp& op, int first, int N, double sign, double* a) {
+    for (int col = 0; col < N; ++col) {
+        for (int row = col; row < N; ++row) {
+            const int b = row - col;
+            a[static_cast<std::size_t>(col) * static_cast<std::size_t>(N) + row] =
+                b <= op.width ? sign * op.band[b][first + col] : 0.0;
+        }
+    }
+}
+
+int LargestBlock(const LevelBlocks& blocks) {
+    int n = 0;
+    for (int b = 0; b < blocks.num; ++b) n = std::max(n, blocks.block[b].N);
+    return n;
+}
+
+}  // namespace
+
+StateEnergies::StateEnergies(const State& state, const Levels* known, bool sorted, Workspace& work)
+    : turned_(Turn(WithoutIdleTilt(state))),
+      H_{&turned_, NeedsComplex(WithoutIdleTilt(state))},
+      known_(known),
+      sorted_(sorted),
+      work_(work),
+      rooms_(static_cast<std::size_t>(work.threads().num())) {}
+
+Result<std::span<const double>> StateEnergies::Of(int J) {
+    const auto size = static_cast<std::size_t>(2 * J + 1);
+    if (known_ && J <= known_->max_J) return known_->energy.Part(Levels::Index(J, 0), size);
+    if (J > last_J_) KIV_TRY(SolveFrom(J));
+    return std::span<const double>(EnergiesOf(J), size);
+}
+
+double StateEnergies::last_fall() const {
+    const auto& value = turned_.value;
+    const double linear = std::fabs(value[Constant::PX]) + std::fabs(value[Constant::PY]) +
+                          std::fabs(value[Constant::PZ]);
+    const auto& given =
+        turned_.is_turned ? turned_.given
+                          : std::array{value[Constant::A], value[Constant::B], value[Constant::C]};
+    return 1.0 + linear / *std::min_element(given.begin(), given.end());
+}
+
+double* StateEnergies::EnergiesOf(int J) {
+    return energies_.data() + (Levels::Index(J, 0) - Levels::Index(first_J_, 0));
+}
+
+// Some J for each thread.
+Status StateEnergies::SolveFrom(int J) {
+    const int parts = work_.threads().num();
+    first_J_ = J;
+    last_J_ = J + parts * kAtOnce - 1;
+    KIV_TRY(Fit(last_J_));
+    energies_.resize(Levels::Index(last_J_ + 1, 0) - Levels::Index(first_J_, 0));
+    work_.threads().Share(parts, [this](int part, int thread) {
+        SolveSome(first_J_ + part * kAtOnce, rooms_[static_cast<std::size_t>(thread)]);
+    });
+    return {};
+}
+
+Status StateEnergies::Fit(int max_J) {
+    if (max_J <= max_J_) return {};
+    max_J_ = std::max(kFirstRoom, 2 * max_J);
+    const Memory& memory = work_.memory();
+    const ScratchSize size = SizeFor(H_);
+    const int width = (size.num_offsets - 1) / BlocksOf(H_.KeptRotations(), max_J_).block[0].step;
+    const bool has_matrix = !H_.is_complex && width > 1;
+    const auto n = static_cast<std::int64_t>(2 * max_J_ + 1);
+    const std::int64_t lanes = n * kPairLanes * kAtOnce;
+    for (Room& room : rooms_) {
+        KIV_TRY(room.scratch.Fit(memory, max_J_, H_.is_complex, size));
+        if (!room.lanes_d.Take(memory, lanes) || !room.lanes_e2.Take(memory, lanes) ||
+            (has_matrix && !room.matrix.Take(memory, n * n))) {
+            return NoMemory("");
+        }
+    }
+    return {};
+}
+
+// The blocks of a J are the lanes of a set, filled up to the largest of all.
+void StateEnergies::SolveSome(int first_J, Room& room) {
+    BlockScratch& scratch = room.scratch;
+    const int n = LargestBlock(BlocksOf(H_.KeptRotations(), first_J + kAtOnce - 1));
+    LevelBlocks blocks[kAtOnce];
+    LaneMatrices sets[kAtOnce];
+    for (int i = 0; i < kAtOnce; ++i) {
+        BuildBlocks(H_, first_J + i, scratch);
+        blocks[i] = scratch.blocks;
+        const std::ptrdiff_t at = std::ptrdiff_t{i} * n * kPairLanes;
+        sets[i] = {n, room.lanes_d.data() + at, room.lanes_e2.data() + at};
+        PutInLanes(room, sets[i]);
+    }
+    TridiagonalValues(sets);
+    for (int i = 0; i < kAtOnce; ++i) {
+        double* const energies = EnergiesOf(first_J + i);
+        double* next = energies;
+        for (int b = 0; b < blocks[i].num; ++b) {
+            for (int k = 0; k < blocks[i].block[b].N; ++k) *next++ = sets[i].d[k * kPairLanes + b];
+        }
+        if (sorted_) std::sort(energies, next);
+    }
+}
+
+void StateEnergies::PutInLanes(Room& room, const LaneMatrices& set) {
+    const LevelBlocks& blocks = room.scratch.blocks;
+    double above = 0.0;  // all eigenvalues
+    for (int b = 0; b < blocks.num; ++b) above = std::max(above, PutInLane(b, room, set));
+    for (int b = 0; b < kPairLanes; ++b) {
+        for (int i = b < blocks.num ? blocks.block[b].N : 0; i < set.n; ++i) {
+            set.d[i * kPairLanes + b] = 2.0 * above;
+            set.e2[i * kPairLanes + b] = 0.0;
+        }
+    }
+}
+
+// A block as a tridiagonal matrix. Returns a bound of its eigenvalues.
+double StateEnergies::PutInLane(int b, Room& room, const LaneMatrices& set) {
+    const int N = room.scratch.blocks.block[b].N;
+    const double* const d = room.scratch.energies.data() + room.scratch.first[b];
+    const double* const e = room.scratch.subdiagonal.data();
+    Reduce(b, room);
+    double bound = 0.0;
+    for (int i = 0; i < N; ++i) {
+        const double before = i > 0 ? e[i] : 0.0, behind = i + 1 < N ? e[i + 1] : 0.0;
+        set.d[i * kPairLanes + b] = d[i];
+        set.e2[i * kPairLanes + b] = before * before;
+        bound = std::max(bound, std::fabs(d[i]) + std::fabs(before) + std::fabs(behind));
+    }
+    return bound;
+}
+
+// Diagonal and subdiagonal of a block.
+void StateEnergies::Reduce(int b, Room& room) {
+    BlockScratch& scratch = room.scratch;
+    const int N = scratch.blocks.block[b].N, first = scratch.first[b];
+    double* const d = scratch.energies.data() + first;
+    double* const e = scratch.subdiagonal.data();
+    const HamOp &real = scratch.ham[0], &imaginary = scratch.ham[1];
+    if (H_.is_complex) {
+        double *re = scratch.matrix_real.data(), *im = scratch.matrix_imag.data();
+        FillTriangle(real, first, N, 1.0, re);
+        FillTriangle(imaginary, first, N, -1.0, im);
+        htridi(N, N, re, im, d, e, scratch.subdiagonal2.data(), scratch.phases.data());
+    } else if (real.width <= 1) {
+        for (int m = 0; m < N; ++m) {
+            d[m] = real.band[0][first + m];
+            if (m > 0) e[m] = real.width > 0 ? real.band[1][first + m - 1] : 0.0;
+        }
+    } else {
+        FillTriangle(real, first, N, 1.0, room.matrix.data());
+        tred2(N, N, room.matrix.data(), d, e, room.matrix.data());
+    }
+}
+
+}  // namespace kiv
