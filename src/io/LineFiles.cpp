@@ -10,7 +10,7 @@
 namespace kiv {
 namespace {
 
-constexpr std::int32_t kFewLines = 20000;  // take less time than threads are worth
+constexpr std::int32_t kFewLines = 2000;  // take less time than threads are worth
 
 Result<SortedLines> WriteInTurn(const LineFiles& files, const LineSetHeader& header, LineList lines,
                                 const LineSource& source, const Memory& memory) {

@@ -22,8 +22,8 @@ void SortIndex(std::span<const std::uint64_t> key, std::span<std::int32_t> order
 
 enum class Direction : bool { Ascending, Descending };
 
-/// What is shorter takes less time than to wake a thread.
-inline constexpr std::size_t kShortRange = 50000;
+/// What is shorter takes less time than to share it.
+inline constexpr std::size_t kShortRange = 5000;
 
 /// Calls part(range, first, last) for ranges that together are 0..n-1: one a thread, the whole when
 /// it is short or `threads` is null.

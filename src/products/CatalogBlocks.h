@@ -48,7 +48,7 @@ class CatalogBlocks final : public BlockFile {
     }
 
   private:
-    static constexpr std::int32_t kBlockRows = 1500;
+    static constexpr std::int32_t kBlockRows = 1000;
     static constexpr std::int32_t kAhead = 12;  // rows between a fetch and its use
     static constexpr std::size_t kMostRow = 2048;
 
@@ -67,7 +67,7 @@ class CatalogBlocks final : public BlockFile {
 /// Writes the rows of all lines that are accepted; returns their number.
 template <class Writer>
 std::int32_t WriteCatalog(Sink& sink, const LineTable& table, Threads* threads) {
-    constexpr std::int32_t kFewRows = 20000;  // take less time than threads are worth
+    constexpr std::int32_t kFewRows = 2000;  // take less time than threads are worth
     Threads alone;
     if (!threads || table.catalog.size() < kFewRows) threads = &alone;
     CatalogBlocks<Writer> blocks(sink, table, threads->num());
