@@ -24,15 +24,20 @@ const std::int16_t* LabelOf(const LineList& lines, std::int32_t line) {
 // Sorts lines of equal frequency by their quantum numbers.
 template <class Equal>
 void SortTies(const LineList& lines, std::span<const std::int32_t> kept,
-              std::span<std::int32_t> order, const Equal& are_equal) {
+              std::span<const double> position, std::span<std::int32_t> order,
+              const Equal& are_equal) {
     const auto by_quanta = [&](std::int32_t a, std::int32_t b) {
         const std::int16_t* const x = LabelOf(lines, kept[static_cast<std::size_t>(a)]);
         const std::int16_t* const y = LabelOf(lines, kept[static_cast<std::size_t>(b)]);
         return std::lexicographical_compare(x, x + kQuanta, y, y + kQuanta);
     };
-    for (std::size_t first = 0; first < order.size();) {
+    const auto at = [&](std::size_t place) {
+        return place < order.size() ? position[static_cast<std::size_t>(order[place])] : 0.0;
+    };
+    double x = at(0), next = 0.0;
+    for (std::size_t first = 0; first < order.size(); x = next) {
         std::size_t last = first + 1;
-        while (last < order.size() && are_equal(order[first], order[last])) ++last;
+        for (next = at(last); last < order.size() && are_equal(x, next); next = at(last)) ++last;
         if (last - first > 1) {
             std::sort(order.begin() + static_cast<std::ptrdiff_t>(first),
                       order.begin() + static_cast<std::ptrdiff_t>(last), by_quanta);
@@ -67,13 +72,12 @@ Result<Catalog> Catalog::From(const CatalogSource& source, CatalogOrder order, d
     }
     const std::span<std::int32_t> sorted = catalog.order_.Part(0, num);
     SortIndex(position.Part(0, num), sorted, memory, &work.threads());
-    const auto at = [&](std::int32_t k) { return position[static_cast<std::size_t>(k)]; };
-    const auto are_equal = [&](std::int32_t a, std::int32_t b) {
-        if (order == CatalogOrder::Calculated) return at(a) == at(b);
-        return at(b) - at(a) < 2.0 * resolution &&
-               std::nearbyint(at(a) / resolution) == std::nearbyint(at(b) / resolution);
+    const auto are_equal = [&](double a, double b) {
+        if (order == CatalogOrder::Calculated) return a == b;
+        return b - a < 2.0 * resolution &&
+               std::nearbyint(a / resolution) == std::nearbyint(b / resolution);
     };
-    SortTies(lines, kept.Part(0, num), sorted, are_equal);
+    SortTies(lines, kept.Part(0, num), position.Part(0, num), sorted, are_equal);
     for (std::int32_t& k : sorted) k = kept[static_cast<std::size_t>(k)];
     catalog.size_ = static_cast<std::int32_t>(num);
     return catalog;

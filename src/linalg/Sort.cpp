@@ -10,11 +10,16 @@
 namespace kiv {
 namespace {
 
-constexpr int kFirstDigitBits = 10, kDigitBits = 10;
+constexpr int kFirstDigitBits = 10, kDigitBits = 11;
 constexpr int kWordBits = 64;
 
 // Below this many lines the tables of the radix sort cost more than they save.
 constexpr std::size_t kFewLines = 256;
+
+// Below this many lines their words stay near the processor together; so many bits of a key tell
+// most of them from each other.
+constexpr std::size_t kOneBucket = 100000;
+constexpr int kFewKeyBits = 3 * kDigitBits;
 
 static_assert(kFirstDigitBits <= kDigitBits);
 using Histogram = std::array<std::uint32_t, std::size_t{1} << kDigitBits>;
@@ -42,7 +47,8 @@ struct Packing {
     Packing(std::uint64_t smallest, std::uint64_t largest, std::size_t lines) : least(smallest) {
         const auto bits = static_cast<int>(std::bit_width(largest - smallest));
         line_bits = static_cast<int>(std::bit_width(lines));
-        dropped_bits = std::max(0, bits + line_bits - kWordBits);
+        const int room = lines < kOneBucket ? kFewKeyBits : kWordBits - line_bits;
+        dropped_bits = std::max(0, bits - room);
         key_bits = bits - dropped_bits;
     }
 
@@ -59,11 +65,11 @@ struct Packing {
     }
 };
 
-// A sort of the lines by radix. Their words are parted by the highest digit, so that what is sorted
-// after that, least significant digit first, stays near the processor. Every pass is stable, so
-// equal keys keep their order. With threads each parts a range of the lines: those of a bucket are
-// the lines of the first range, then of the second, ...; then each takes the next bucket. There is
-// one order.
+// A sort of the lines by radix. Many are parted by the highest digit of their words, so that what
+// is sorted after that, least significant digit first, stays near the processor. Every pass is
+// stable, so equal keys keep their order. With threads each parts a range of the lines: those of a
+// bucket are the lines of the first range, then of the second, ...; then each takes the next
+// bucket. There is one order.
 template <class Key>
 class RadixSort {
   public:
@@ -76,6 +82,12 @@ class RadixSort {
 
     void Go() {
         FindLimits();
+        if (key_.size() < kOneBucket) {
+            for (std::size_t i = 0; i < key_.size(); ++i) {
+                spare_[i] = packing_.WordOf(ImageOfLine(i), i);
+            }
+            return SortBucket(0, key_.size());
+        }
         first_bits_ = std::min(kFirstDigitBits, packing_.key_bits);
         Part();
         const int buckets = 1 << first_bits_;

@@ -145,7 +145,7 @@ Status PairSearch::RunCut(const LowerLevel& lower, int Ju, const Window& window)
     bound_.SetLower(lower, s_.groups.FactorsOf(lower.rank));
     const int num = Choose(lower.rank, window);
     if (num == 0) return {};
-    GatherCandidates(lower.rank, window, num);
+    GatherCandidates(num);
     s_.pairs.J_upper = Ju;
     SetLevel(lower, s_.energy.data(), num);
     values_.lines = scratch_values_;
@@ -174,20 +174,13 @@ int PairSearch::Choose(int rank, const Window& window) {
 
 // Adds those with levels first..last-1 of a class to the `num` that there are.
 int PairSearch::ChooseOfClass(int rank, int upper_class, int first, int last, int num) {
-    const ClassSums sums = s_.sums.SumsWith(rank, upper_class, first, last);
+    ClassSums& sums = class_sums_[upper_class];
+    sums = s_.sums.SumsWith(rank, upper_class, first, last);
+    first_of_class_[upper_class] = first;
     const PartnerList& list = s_.sums.ClassList(upper_class);
-    SelectionRun run{};
-    run.num = last - first;
-    run.is_complex = task_.is_complex();
-    std::copy_n(sums.real, kNumBands, run.re);
-    std::copy_n(sums.imag, kNumBands, run.im);
-    std::copy_n(task_.projection.begin(), kNumBands, run.projection);
-    run.energy = list.energy + first;
-    run.bound = bound_.parts();
     int num_chosen = 0;
-    run.chosen = s_.lines.data();
-    run.num_chosen = &num_chosen;
-    SelectPairs(run);
+    SelectPairs({last - first, task_.is_complex(), sums.real, sums.imag, task_.projection.data(),
+                 list.energy + first, &bound_.parts(), s_.lines.data(), &num_chosen});
     for (int i = 0; i < num_chosen; ++i) {
         const int place = first + s_.lines[i];
         s_.candidates[num++] = {list.index[place], upper_class, place};
@@ -195,28 +188,19 @@ int PairSearch::ChooseOfClass(int rank, int upper_class, int first, int last, in
     return num;
 }
 
-void PairSearch::GatherCandidates(int rank, const Window& window, int num) {
-    const ClassLevels& upper = s_.sums.upper_classes();
-    ClassSums sums[kMaxBlocks];
-    int first[kMaxBlocks] = {};
-    bool has_sums[kMaxBlocks] = {};
-    for (int i = 0; i < num; ++i) {
-        const int c = s_.candidates[i].upper_class;
-        if (has_sums[c]) continue;
-        has_sums[c] = true;
-        first[c] = upper.Below(c, window.first);
-        sums[c] = s_.sums.SumsWith(rank, c, first[c], upper.Below(c, window.last));
-    }
+// Amplitudes and levels of the pairs that were chosen, from the sums that they were chosen by.
+void PairSearch::GatherCandidates(int num) {
     Amplitudes& amplitudes = s_.pairs.amplitudes;
     const auto get = [](const double* sum, std::ptrdiff_t at) { return sum ? sum[at] : 0.0; };
     for (int i = 0; i < num; ++i) {
         const Candidate& candidate = s_.candidates[i];
         const int c = candidate.upper_class;
         const PartnerList& list = s_.sums.ClassList(c);
-        const std::ptrdiff_t at = candidate.place - first[c];
+        const ClassSums& sums = class_sums_[c];
+        const std::ptrdiff_t at = candidate.place - first_of_class_[c];
         for (int type = 0; type < kNumBands; ++type) {
-            amplitudes.real[type][i] = get(sums[c].real[type], at);
-            if (task_.is_complex()) amplitudes.imag[type][i] = get(sums[c].imag[type], at);
+            amplitudes.real[type][i] = get(sums.real[type], at);
+            if (task_.is_complex()) amplitudes.imag[type][i] = get(sums.imag[type], at);
         }
         s_.upper[i] = candidate.upper;
         s_.energy[i] = list.energy[candidate.place];

@@ -49,7 +49,7 @@ class PairSearch {
     void PassDownward(const LowerLevel& lower, int J_upper, int first, int last);
     int Choose(int rank, const Window& window);
     int ChooseOfClass(int rank, int upper_class, int first, int last, int num);
-    void GatherCandidates(int rank, const Window& window, int num);
+    void GatherCandidates(int num);
     void SetLevel(const LowerLevel& lower, const double* energy, int num);
     void EvaluateLevel();
     Status KeepLines();
@@ -75,6 +75,8 @@ class PairSearch {
     bool groups_are_marked_ = false;  // in the branch at hand; false with a bound: none has a line
     bool sums_are_ready_ = false;     // for the branch at hand
     int upward_ = 0;  // one state: the first upper level that lies above the lower one
+    ClassSums class_sums_[kMaxBlocks];  // of the level at hand, by upper class
+    int first_of_class_[kMaxBlocks] = {};
     LineBatch batch_;
     PairRun values_{};
     LineValues scratch_values_;

@@ -1,5 +1,6 @@
 #include "lines/PairSelection.h"
 
+#include <bit>
 #include <cstring>
 
 #include "base/Simd.h"
@@ -25,7 +26,7 @@ struct MaskOf<Vec8> {
 template <class Vec>
 KIV_INLINE void FillRaw(const SelectionRun& run, int i, Vec& raw) {
     Vec ab = {}, c = {}, imag = {};
-    const auto add = [&](const double* const(&amplitude)[kNumBands], int type, Vec& sum) {
+    const auto add = [&](const double* const* amplitude, int type, Vec& sum) {
         if (!amplitude[type]) return;
         Vec x;
         LoadVec(x, amplitude[type] + i);
@@ -63,6 +64,17 @@ KIV_INLINE void FillFactor(const StrengthBound::Parts& bound, const double* ener
     factor = dE > 0.0 ? factor : zero;
 }
 
+// Bit k for lane k.
+template <class Mask>
+KIV_INLINE unsigned BitsOf(const Mask& mask) {
+    constexpr int kWidth = sizeof(Mask) / sizeof(long long);
+    long long lanes[kWidth];
+    std::memcpy(lanes, &mask, sizeof mask);
+    unsigned bits = 0;
+    for (int k = 0; k < kWidth; ++k) bits |= static_cast<unsigned>(lanes[k] & 1) << k;
+    return bits;
+}
+
 template <class Vec>
 KIV_INLINE void SelectPairsBody(const SelectionRun& run) {
     using Mask = typename MaskOf<Vec>::Type;
@@ -71,17 +83,12 @@ KIV_INLINE void SelectPairsBody(const SelectionRun& run) {
     for (int i = 0; i < run.num; i += kWidth) {
         Vec raw, factor;
         FillRaw<Vec>(run, i, raw);
-        FillFactor<Vec>(run.bound, run.energy + i, factor);
-        const Mask chosen = raw * factor > run.bound.cutoff;
-        long long flags[kWidth];
-        std::memcpy(flags, &chosen, sizeof chosen);
-        long long any = 0;
-        for (const long long flag : flags) any |= flag;
-        if (any == 0) continue;
-        for (int k = 0; k < kWidth && i + k < run.num; ++k) {
-            run.chosen[num] = i + k;
-            num += flags[k] != 0;
-        }
+        FillFactor<Vec>(*run.bound, run.energy + i, factor);
+        const Mask chosen = raw * factor > run.bound->cutoff;
+        const int left = run.num - i;
+        unsigned bits = BitsOf(chosen);
+        if (left < kWidth) bits &= (1U << left) - 1;
+        for (; bits != 0; bits &= bits - 1) run.chosen[num++] = i + std::countr_zero(bits);
     }
     *run.num_chosen = num;
 }

@@ -13,11 +13,11 @@ namespace kiv {
 struct SelectionRun {
     int num;
     bool is_complex;
-    const double* re[kNumBands];  // amplitudes; null: the type has none here
-    const double* im[kNumBands];
-    double projection[kNumBands];
-    const double* energy;  // of the upper levels
-    StrengthBound::Parts bound;
+    const double* const* re;  // amplitudes by type; null: the type has none here
+    const double* const* im;
+    const double* projection;  // by type
+    const double* energy;      // of the upper levels
+    const StrengthBound::Parts* bound;
     // results
     std::int32_t* chosen;  // pairs, ascending
     int* num_chosen;

@@ -14,6 +14,7 @@ namespace {
 constexpr double kMostMHz = 99999999.99995;                            // that F13.4 holds
 constexpr double kMostError = 999.9999, kMostNegativeError = 99.9999;  // that F8.4 holds
 constexpr double kLeastNegativeError = 1e-4;
+constexpr int kErrorColumns = 8;
 constexpr double kLeastLg = -99.9999;
 constexpr std::size_t kRow = 81;
 
@@ -32,6 +33,9 @@ class CatWriter {
           upper_(table.catalog.source().upper->size()) {
         char* end = PutInt(tail_, table.tag, 7);
         PutInt(end, table.two_states ? 1404 : 303, 4);
+        char field[kFixed4Room];
+        PutField4(field, ErrorOf(0.0), kErrorColumns);
+        std::memcpy(no_error_, field, sizeof no_error_);
     }
 
     bool Accepts(const CatalogLine& line) const {
@@ -47,7 +51,7 @@ class CatWriter {
         const LevelText &high = is_swapped ? lower : upper, &low = is_swapped ? upper : lower;
         const int J = is_swapped ? line.lower.J : line.upper.J;
         out = PutField4(out, std::fabs(line.frequency) * Unit(), 13);
-        out = PutField4(out, Error(line), 8);
+        out = PutError(out, line);
         out = PutField4(out, std::max(line.lg, kLeastLg), 8);
         std::memcpy(out, " 3", 2);
         out += 2;
@@ -68,13 +72,19 @@ class CatWriter {
   private:
     double Unit() const { return table_.in_wavenumbers ? table_.wavenumbers : table_.MHz; }
 
-    double Error(const CatalogLine& line) const {
+    // Without a fit no line has an uncertainty.
+    char* PutError(char* out, const CatalogLine& line) const {
+        if (!table_.predictor) {
+            std::memcpy(out, no_error_, sizeof no_error_);
+            return out + sizeof no_error_;
+        }
         const double sd =
-            table_.predictor
-                ? Unit() * table_.predictor->Sd(
-                               {table_.v_upper, line.upper.J, line.upper.Ka, line.upper.Kc},
-                               {table_.v_lower, line.lower.J, line.lower.Ka, line.lower.Kc})
-                : 0.0;
+            table_.predictor->Sd({table_.v_upper, line.upper.J, line.upper.Ka, line.upper.Kc},
+                                 {table_.v_lower, line.lower.J, line.lower.Ka, line.lower.Kc});
+        return PutField4(out, ErrorOf(Unit() * sd), kErrorColumns);
+    }
+
+    double ErrorOf(double sd) const {
         return table_.in_wavenumbers ? -std::clamp(sd, kLeastNegativeError, kMostNegativeError)
                                      : std::min(sd, kMostError);
     }
@@ -98,6 +108,7 @@ class CatWriter {
     const LineTable& table_;
     std::vector<LevelText> lower_, upper_;
     char tail_[64];  // tag and format
+    char no_error_[kErrorColumns];
 };
 
 }  // namespace
