@@ -109,8 +109,7 @@ LineValues LineStore::PlaceFor(std::int32_t num, const LineValues& elsewhere) co
 
 Status LineStore::PutAll(const LineBatch& batch, std::int32_t num) {
     if (batch.values.position != begin_.position + num_) {  // calculated elsewhere
-        for (std::int32_t i = 0; i < num; ++i) KIV_TRY(Put(batch, {&i, 1}));
-        return {};
+        return PutEach(batch, num, [](std::int32_t i) { return i; });
     }
     PutGroups({num, &batch, lower_, lower_label_, label_ + std::ptrdiff_t{6} * num_,
                lower_index_ + num_, upper_index_ ? upper_index_ + num_ : nullptr});
@@ -118,27 +117,35 @@ Status LineStore::PutAll(const LineBatch& batch, std::int32_t num) {
     return {};
 }
 
-// Entries that stand in the list move down in it.
 Status LineStore::Put(const LineBatch& batch, std::span<const std::int32_t> lines) {
-    while (static_cast<std::int32_t>(lines.size()) > room_ - num_) KIV_TRY(Grow());
-    const LineValues& values = batch.values;
-    for (const std::int32_t line : lines) {
-        const auto n = static_cast<std::size_t>(num_++), from = static_cast<std::size_t>(line);
-        begin_.position[n] = values.position[from];
-        begin_.intensity[n] = values.intensity[from];
-        begin_.band[n] = values.band[from];
+    return PutEach(batch, static_cast<std::int32_t>(lines.size()),
+                   [lines](std::int32_t i) { return lines[static_cast<std::size_t>(i)]; });
+}
+
+// Entries that stand in the list move down in it.
+template <class EntryOf>
+Status LineStore::PutEach(const LineBatch& batch, std::int32_t num, const EntryOf& entry_of) {
+    while (num > room_ - num_) KIV_TRY(Grow());
+    const LineValues to = begin_, from = batch.values;
+    std::int16_t* const label = label_;
+    for (std::int32_t i = 0; i < num; ++i) {
+        const auto n = static_cast<std::size_t>(num_ + i),
+                   k = static_cast<std::size_t>(entry_of(i));
+        to.position[n] = from.position[k];
+        to.intensity[n] = from.intensity[k];
+        to.band[n] = from.band[k];
         for (std::size_t type = 0; type < 3; ++type) {
-            begin_.amplitude_real[3 * n + type] = values.amplitude_real[3 * from + type];
-            if (begin_.amplitude_imag) {
-                begin_.amplitude_imag[3 * n + type] = values.amplitude_imag[3 * from + type];
+            to.amplitude_real[3 * n + type] = from.amplitude_real[3 * k + type];
+            if (to.amplitude_imag) {
+                to.amplitude_imag[3 * n + type] = from.amplitude_imag[3 * k + type];
             }
         }
-        std::memcpy(label_ + 6 * n, batch.label + 6 * from, 3 * sizeof(std::int16_t));
-        std::memcpy(label_ + 6 * n + 3, lower_label_ + 3, 3 * sizeof(std::int16_t));
+        std::memcpy(label + 6 * n, batch.label + 6 * k, 3 * sizeof(std::int16_t));
+        std::memcpy(label + 6 * n + 3, lower_label_ + 3, 3 * sizeof(std::int16_t));
         lower_index_[n] = *lower_;
-        if (upper_index_) upper_index_[n] = batch.upper[from];
+        if (upper_index_) upper_index_[n] = batch.upper[k];
     }
-    list_.size = num_;
+    list_.size = num_ += num;
     return num_ < room_ ? Status() : Grow();
 }
 

@@ -53,6 +53,8 @@ class LineStore {
     Status Put(const LineBatch& batch, std::span<const std::int32_t> lines);
 
   private:
+    template <class EntryOf>
+    Status PutEach(const LineBatch& batch, std::int32_t num, const EntryOf& entry_of);
     void Attach();
     Status Grow();
 
