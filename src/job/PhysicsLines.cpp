@@ -47,7 +47,7 @@ bool Predict(const PhysicsReport& report, int max_J, Prediction& prediction) {
     prediction.origin = report.model.origin.value;
     for (const StateIndex state : {kLower, kUpper}) {
         if (!report.Uses(state)) continue;
-        Result<Levels> levels = SolveLevels(report.model.states[state], max_J, work);
+        Result<Levels> levels = SolveEnergies(report.model.states[state], max_J, work);
         if (!levels) return false;
         prediction.of_state[state] = std::move(levels).value();
     }
