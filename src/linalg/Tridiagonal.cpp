@@ -32,11 +32,12 @@ KIV_INLINE void SweepSets(const LaneMatrices* sets, int first, const LaneValues*
     constexpr double kLeast = 1e-290;     // keeps quotients of zeros numbers
     constexpr double kNoCosine = 1e-200;  // below it a cosine has lost its digits
     const int n = sets->n;
+    const Vec4 one = Vec4{} + 1.0;
     Vec4 shift[kSets], c[kSets], s[kSets], gamma[kSets], p[kSets];
     for (int k = 0; k < kSets; ++k) {
         LoadVec(shift[k], shifts[k].data());
         LoadVec(gamma[k], sets[k].d + std::ptrdiff_t{n - 1} * kPairLanes);
-        c[k] = Vec4{} + 1.0;
+        c[k] = one;
         s[k] = Vec4{};
         gamma[k] -= shift[k];
         p[k] = gamma[k] * gamma[k] + kLeast;
@@ -50,7 +51,7 @@ KIV_INLINE void SweepSets(const LaneMatrices* sets, int first, const LaneValues*
             const Vec4 r = p[k] + square, of_r = 1.0 / r, inverse = r / p[k];
             const Vec4 last_c = c[k], last_gamma = gamma[k];
             if (i < n - 2) StoreVec(sets[k].e2 + at + kPairLanes, s[k] * r);
-            c[k] = p[k] * of_r;
+            c[k] = square > 0.0 ? p[k] * of_r : one;
             s[k] = square * of_r;
             gamma[k] = c[k] * (d - shift[k]) - s[k] * last_gamma;
             StoreVec(sets[k].d + at, last_gamma + (d - gamma[k]));
