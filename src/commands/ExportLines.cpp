@@ -22,7 +22,7 @@ class Export {
         : request_(task.request),
           terminal_(task.terminal),
           job_(task.job),
-          work_(WorkspaceOf(task.request)),
+          work_(WorkspaceFor(job_, task.request)),
           outcome_(job_) {}
 
     int Lines(bool makes_cat);

@@ -39,7 +39,7 @@ class SpectrumExport {
         : request_(task.request),
           terminal_(task.terminal),
           job_(task.job),
-          work_(WorkspaceOf(task.request)),
+          work_(WorkspaceFor(job_, task.request)),
           outcome_(job_) {}
 
     int Go();

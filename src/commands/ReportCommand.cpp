@@ -56,7 +56,7 @@ class ReportOfJob {
           format_(format),
           terminal_(terminal),
           job_(job),
-          work_(WorkspaceOf(request)),
+          work_(WorkspaceFor(job_, request)),
           outcome_(job) {}
 
     int Go();

@@ -22,7 +22,7 @@ class RunOfJob {
         : request_(request),
           terminal_(terminal),
           job_(job),
-          work_(WorkspaceOf(request)),
+          work_(WorkspaceFor(job_, request)),
           outcome_(job) {}
 
     int Go();

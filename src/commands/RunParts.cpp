@@ -4,6 +4,7 @@ namespace kiv {
 namespace {
 
 constexpr double kRoomTemperature = 300.0;  // of Q where lines have strengths
+constexpr int kFewJ = 30;                   // take less time than to start a thread
 
 }  // namespace
 
@@ -20,8 +21,11 @@ void ShownProgress::Progress(Stage stage, int done, int all) {
                        " of " + std::to_string(all));
 }
 
-Workspace WorkspaceOf(const Request& request) {
-    return Workspace(Memory(), request.threads ? *request.threads : UsableCores());
+Workspace WorkspaceFor(const Job& job, const Request& request) {
+    const bool is_named = job.form == InputForm::Named;
+    const Settings settings = is_named ? SettingsOf(job.input) : SettingsOf(*job.old);
+    const int by_default = settings.max_J < kFewJ ? 1 : UsableCores();
+    return Workspace(Memory(), request.threads ? *request.threads : by_default);
 }
 
 void NoteRead(const Job& job, Terminal& terminal) {

@@ -34,8 +34,9 @@ class ShownProgress final : public Report {
     std::string cycle_;
 };
 
-/// A workspace with the threads of -j, by default one for each core.
-Workspace WorkspaceOf(const Request& request);
+/// A workspace for a job with the threads of -j, by default one for each core where J goes far
+/// enough to be worth it.
+Workspace WorkspaceFor(const Job& job, const Request& request);
 
 /// Says which files were read, for -v.
 void NoteRead(const Job& job, Terminal& terminal);

@@ -69,7 +69,7 @@ class View {
           options_(options),
           terminal_(terminal),
           job_(std::move(job)),
-          work_(WorkspaceOf(request)),
+          work_(WorkspaceFor(job_, request)),
           outcome_(job_) {}
 
     int Go();
