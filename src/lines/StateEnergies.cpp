@@ -49,8 +49,7 @@ StateEnergies::StateEnergies(const State& state, const Levels* known, bool sorte
       H_{&turned_, NeedsComplex(WithoutIdleTilt(state))},
       known_(known),
       sorted_(sorted),
-      work_(work),
-      rooms_(static_cast<std::size_t>(work.threads().num())) {}
+      work_(work) {}
 
 Result<std::span<const double>> StateEnergies::Of(int J) {
     const auto size = static_cast<std::size_t>(2 * J + 1);
@@ -73,35 +72,49 @@ double* StateEnergies::EnergiesOf(int J) {
     return energies_.data() + (Levels::Index(J, 0) - Levels::Index(first_J_, 0));
 }
 
-// Some J for each thread.
+// Some J for each thread, but no more than a quarter of those before: the sum may end at any of
+// them. Where there is no memory for that, the least that is possible.
 Status StateEnergies::SolveFrom(int J) {
-    const int parts = work_.threads().num();
+    int parts = std::clamp(J / (4 * kAtOnce), 1, work_.threads().num());
+    const int last_J = J + parts * kAtOnce - 1;
+    if (!FitRooms(parts, last_J, std::max(kFirstRoom, 2 * last_J))) {
+        parts = 1;
+        rooms_.clear();
+        KIV_TRY(FitRooms(parts, J + kAtOnce - 1, J + kAtOnce - 1));
+    }
     first_J_ = J;
     last_J_ = J + parts * kAtOnce - 1;
-    KIV_TRY(Fit(last_J_));
     energies_.resize(Levels::Index(last_J_ + 1, 0) - Levels::Index(first_J_, 0));
-    work_.threads().Share(parts, [this](int part, int thread) {
-        SolveSome(first_J_ + part * kAtOnce, rooms_[static_cast<std::size_t>(thread)]);
+    work_.threads().Share(parts, [this](int part, int) {
+        SolveSome(first_J_ + part * kAtOnce, rooms_[static_cast<std::size_t>(part)]);
     });
     return {};
 }
 
-Status StateEnergies::Fit(int max_J) {
-    if (max_J <= max_J_) return {};
-    max_J_ = std::max(kFirstRoom, 2 * max_J);
+// Makes rooms for J up to `last_J`; those that are too small get room for J up to `room_J`.
+Status StateEnergies::FitRooms(int parts, int last_J, int room_J) {
+    const auto num = static_cast<std::size_t>(parts);
+    if (rooms_.size() < num) rooms_.resize(num);
+    for (std::size_t part = 0; part < num; ++part) {
+        if (rooms_[part].max_J < last_J) KIV_TRY(Fit(room_J, rooms_[part]));
+    }
+    return {};
+}
+
+Status StateEnergies::Fit(int max_J, Room& room) {
+    room.max_J = -1;
     const Memory& memory = work_.memory();
     const ScratchSize size = SizeFor(H_);
-    const int width = (size.num_offsets - 1) / BlocksOf(H_.KeptRotations(), max_J_).block[0].step;
+    const int width = (size.num_offsets - 1) / BlocksOf(H_.KeptRotations(), max_J).block[0].step;
     const bool has_matrix = !H_.is_complex && width > 1;
-    const auto n = static_cast<std::int64_t>(2 * max_J_ + 1);
+    const auto n = static_cast<std::int64_t>(2 * max_J + 1);
     const std::int64_t lanes = n * kPairLanes * kAtOnce;
-    for (Room& room : rooms_) {
-        KIV_TRY(room.scratch.Fit(memory, max_J_, H_.is_complex, size));
-        if (!room.lanes_d.Take(memory, lanes) || !room.lanes_e2.Take(memory, lanes) ||
-            (has_matrix && !room.matrix.Take(memory, n * n))) {
-            return NoMemory("");
-        }
+    KIV_TRY(room.scratch.Fit(memory, max_J, H_.is_complex, size));
+    if (!room.lanes_d.Take(memory, lanes) || !room.lanes_e2.Take(memory, lanes) ||
+        (has_matrix && !room.matrix.Take(memory, n * n))) {
+        return NoMemory("");
     }
+    room.max_J = max_J;
     return {};
 }
 

@@ -29,8 +29,9 @@ class StateEnergies {
   private:
     static constexpr int kAtOnce = 4;  // J that a thread solves side by side
 
-    // Of one thread.
+    // Of a part that a thread solves.
     struct Room {
+        int max_J = -1;
         BlockScratch scratch;
         Array<double> matrix;             // of a block
         Array<double> lanes_d, lanes_e2;  // of the blocks of each J
@@ -38,7 +39,8 @@ class StateEnergies {
 
     double* EnergiesOf(int J);
     Status SolveFrom(int J);
-    Status Fit(int max_J);
+    Status FitRooms(int parts, int last_J, int room_J);
+    Status Fit(int max_J, Room& room);
     void SolveSome(int first_J, Room& room);
     void PutInLanes(Room& room, const LaneMatrices& set);
     double PutInLane(int b, Room& room, const LaneMatrices& set);
@@ -49,8 +51,7 @@ class StateEnergies {
     const Levels* known_;
     bool sorted_;
     Workspace& work_;
-    std::vector<Room> rooms_;        // by thread
-    int max_J_ = -1;                 // that they have room for
+    std::vector<Room> rooms_;        // by part
     int first_J_ = 0, last_J_ = -1;  // of those solved last
     std::vector<double> energies_;   // theirs
 };

@@ -164,10 +164,10 @@ TEST(Partition, IsTheSameOnThreadsAndWithKnownLevels) {
         model.upper() = State::Rigid(8.0, 5.0, 4.0);
         model.origin.value = 40.0;
         model.one_state = c.weights[1] == 1;
-        Settings settings = At(300.0, 5);
+        Settings settings = At(900.0, 5);
         settings.lines.spin_weights = c.weights;
         const Partition whole = Sum(model, settings);
-        EXPECT_GT(whole.last_J, 30);
+        EXPECT_GT(whole.last_J, 48);  // far enough to be shared
         const Partition shared = SumPartition(model, settings, three).value();
         EXPECT_EQ(shared.Q, whole.Q);
         EXPECT_EQ(shared.last_J, whole.last_J);
@@ -183,6 +183,21 @@ TEST(Partition, IsTheSameOnThreadsAndWithKnownLevels) {
             EXPECT_EQ(known.J_needed, whole.J_needed);
         }
     }
+}
+
+// Memory that is enough for one thread is enough for any number of them.
+TEST(Partition, ThreadsNeedNoMoreMemoryThanOne) {
+    const Model model = OneState(StdRotor().Set(Constant::DJ, 1e-6));
+    const Settings settings = At(900.0, 5);
+    std::int64_t bytes = 1 << 14;
+    const auto sum = [&](int threads) {
+        Workspace work(Memory(bytes), threads);
+        return SumPartition(model, settings, work);
+    };
+    while (!sum(1)) bytes += bytes / 4;
+    const auto many = sum(16);
+    ASSERT_TRUE(many.ok());
+    EXPECT_EQ(many.value().Q, sum(1).value().Q);
 }
 
 // From levels that are there: their part to the last bits, the rest as good as the tail is small.
