@@ -16,9 +16,7 @@ constexpr int kWordBits = 64;
 // Below this many lines the tables of the radix sort cost more than they save.
 constexpr std::size_t kFewLines = 256;
 
-// Below this many lines their words stay near the processor together; so many bits of a key tell
-// most of them from each other.
-constexpr std::size_t kOneBucket = 100000;
+// So many bits of a key tell most of a few lines from each other.
 constexpr int kFewKeyBits = 3 * kDigitBits;
 
 static_assert(kFirstDigitBits <= kDigitBits);

@@ -25,6 +25,9 @@ enum class Direction : bool { Ascending, Descending };
 /// What is shorter takes less time than to share it.
 inline constexpr std::size_t kShortRange = 5000;
 
+/// Fewer lines stay near the processor together and are sorted in one bucket, on one thread.
+inline constexpr std::size_t kOneBucket = 100000;
+
 /// Calls part(range, first, last) for ranges that together are 0..n-1: one a thread, the whole when
 /// it is short or `threads` is null.
 template <class Part>

@@ -70,9 +70,8 @@ TEST(SortIndex, AgreesWithAStableSort) {
 
 // Keys that agree in more high bits than are sorted at first, apart from their lowest ones; many
 // that are equal; all in one bucket but for one.
-TEST(SortIndexOnThreads, AgreesWithAStableSort) {
+void ExpectStableKeys(std::size_t n) {
     std::mt19937_64 random(2);
-    const std::size_t n = 3 * kShortRange;
     std::vector<std::vector<double>> sets(4, std::vector<double>(n));
     for (std::size_t i = 0; i < n; ++i) {
         sets[0][i] = std::uniform_real_distribution(-1e7, 1e7)(random);
@@ -86,6 +85,11 @@ TEST(SortIndexOnThreads, AgreesWithAStableSort) {
     std::vector<std::uint64_t> whole(n);
     for (std::uint64_t& key : whole) key = random() % 3 + (random() % 2 << 63);
     ExpectStable(whole);
+}
+
+TEST(SortIndexOnThreads, AgreesWithAStableSort) {
+    ExpectStableKeys(3 * kShortRange);               // in one bucket
+    ExpectStableKeys(kOneBucket + kOneBucket / 10);  // in many
 }
 
 }  // namespace
