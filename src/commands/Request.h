@@ -35,7 +35,7 @@ struct Request {
     bool json = false;
     bool no_color = false;
     std::string folder;          // -C: of every name on the command line
-    std::optional<int> threads;  // none: as many as there are cores
+    std::optional<int> threads;  // none: see WorkspaceFor
 
     // Options of some
     std::optional<std::string> base;      // run --out
