@@ -1,5 +1,6 @@
 // What is wrong or doubtful about a measured line, and which lines are one feature.
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 
@@ -122,7 +123,7 @@ void LineCollector::Take(const LineRow& row) {
     TellDoubts(row, joins);
     if (!joins) {
         CloseFeature();
-        features_.push_back({row.frequency, row.uncertainty, {}});
+        features_.push_back({row.frequency, std::fabs(row.uncertainty), {}});  // 0 where it was -0
     }
     features_.back().transitions.push_back(transition);
     last_uncertainty_ = row.uncertainty;

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <random>
+#include <utility>
 
 #include "kiv/files.h"
 #include "named/LineRows.h"
@@ -290,6 +292,23 @@ TEST(LineFileTest, WhatIsWrittenReadsBackToTheLastBit) {
             EXPECT_FALSE(findings.has_errors()) << ShortText(findings) << text.value();
             EXPECT_EQ(Sorted(read), Sorted(lines)) << text.value();
         }
+    }
+}
+
+// A sign that says nothing is not written.
+TEST(LineFileTest, UncertaintiesOfMinusZeroAreZero) {
+    const std::string lin = "  1  1  1  0  0  0                      3333.5  -0\n";
+    const std::string csv =
+        "J_up,Ka_up,Kc_up,J_lo,Ka_lo,Kc_lo,frequency,uncertainty\n1,1,1,0,0,0,3333.5,-0\n";
+    for (const auto& [text, format] : {std::pair(lin, LineFormat::Lin), {csv, LineFormat::Csv}}) {
+        const LineContext context{false, EnergyUnit::MHz, {}, {}};
+        Findings findings;
+        const auto lines = ReadLineFile(text, format, context, "a", findings);
+        ASSERT_EQ(lines.size(), 1U) << text;
+        EXPECT_FALSE(std::signbit(lines[0].uncertainty)) << text;
+        const auto written = WriteLineFile(lines, LineFormat::Asn, context);
+        ASSERT_TRUE(written.ok());
+        EXPECT_EQ(written.value(), "B   1   1   1    0   0   0  3333.5 0\n");
     }
 }
 
