@@ -177,6 +177,7 @@ test('wheel, drag, keys and double click move and zoom', async () => {
     assert.ok(Math.abs((d - c) / (b - a) - factor) < 1e-9, key);
     assert.ok(Math.abs(((c + d) / 2 - (a + b) / 2) / (b - a) - moved) < 1e-9, key);
   }
+  await t.nextFrame(page); // the last key's
   const top = await page.evaluate(() => window.kiv.frame.top);
   await page.keyboard.press('ArrowUp');
   await t.nextFrame(page);
