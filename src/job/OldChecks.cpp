@@ -38,9 +38,11 @@ class OldChecker {
         if (is_wrong && Has(path)) findings_.Add(code, file_, places_.Of(path), message);
     }
 
+    static bool IsIndicator(int value) { return value == 0 || value == 1; }
+
     void CheckIndicator(int value, const std::string& path, const std::string& what, const char* on,
                         const char* off) {
-        Tell(value != 0 && value != 1, path, FindingCode::BadChoice,
+        Tell(!IsIndicator(value), path, FindingCode::BadChoice,
              what + " = " + std::to_string(value) + " is neither 0 (" + off + ") nor 1 (" + on +
                  ")");
     }
@@ -53,9 +55,12 @@ class OldChecker {
                                 document_.fit_status <= kMostFitStatus);
         for (int c = 0; c < kNumFileConstants; ++c) {
             const auto constant = static_cast<Constant>(c);
+            const bool is_rigid = constant <= Constant::C;
+            const bool is_good = is_rigid ? state.value[c] > 0.0 : IsIndicator(state.status[c]);
+            if (is_good && IsIndicator(state.fit[c])) continue;  // no text is needed
             const std::string name = NameOf(constant);
             const std::string path = table + "." + name;
-            if (constant <= Constant::C) {
+            if (is_rigid) {
                 Tell(is_used && !(state.value[c] > 0.0), path, FindingCode::OutOfRange,
                      path + " = " + ShortestText(state.value[c]) + " is not positive");
             } else {

@@ -8,7 +8,6 @@
 #include "io/InputFile.h"
 #include "io/InputLayout.h"
 #include "io/RecordReader.h"
-#include "io/TextScan.h"
 
 namespace kiv {
 namespace {
@@ -16,6 +15,8 @@ namespace {
 constexpr const char* kTables[kNumStates] = {"lower", "upper"};
 constexpr const char* kTitles[kNumStates] = {"GROUND", "EXCITED"};
 constexpr const char* kStates[kNumStates] = {"ground state", "excited state"};
+
+bool IsBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 // A value of a document and the word that it comes from.
 struct Slot {
@@ -159,12 +160,13 @@ class RecordLister {
 
     static std::string Item(std::size_t i) { return "[" + std::to_string(i) + "]"; }
 
-    OldCell CellOf(const Cell& cell) const {
+    // Each value stands in one record.
+    OldCell CellOf(const Cell& cell) {
         const void* const address = std::visit(AddressOf{}, cell);
         const auto slot = std::find_if(slots_.begin(), slots_.end(),
                                        [&](const Slot& s) { return s.value == address; });
         OldCell found{OldKind::Real, "second cycle count", {}};
-        if (slot != slots_.end()) found = slot->cell;
+        if (slot != slots_.end()) found = std::move(slot->cell);
         found.kind = std::visit(KindOf{}, cell);
         if (address == &file_.moment_frame) found.kind = OldKind::State;
         if (address == &file_.energy_unit) found.kind = OldKind::Unit;
@@ -294,12 +296,19 @@ class RecordLister {
 }  // namespace
 
 std::string TitleOf(std::string_view line) {
-    std::string title;
-    TextScan scan(line);
-    for (std::string_view word; scan.Word(word);) {
-        if (!title.empty()) title += ' ';
-        title += word;
+    std::string title(line);  // which is no shorter
+    std::size_t size = 0;
+    bool ends_word = false;
+    for (const char c : line) {
+        if (IsBlank(c)) {
+            ends_word = size > 0;
+            continue;
+        }
+        if (ends_word) title[size++] = ' ';
+        title[size++] = c;
+        ends_word = false;
     }
+    title.resize(size);
     return title;
 }
 

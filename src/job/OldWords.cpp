@@ -150,8 +150,8 @@ OldText SplitOld(std::string_view text, bool has_comments) {
         split.last = place;
         split.ends_in_word = false;
         if (word[0] == '#' && has_comments) {
-            comments.push_back(
-                {TitleOf(std::string(word) + std::string(scan.RestOfLine())), place});
+            const std::size_t size = word.size() + scan.RestOfLine().size();
+            comments.push_back({TitleOf(text.substr(at(word), size)), place});
             continue;
         }
         if (!has_comment) {

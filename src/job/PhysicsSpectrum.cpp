@@ -73,10 +73,15 @@ bool CheckMemory(PhysicsReport& report) {
 int ClassicalJ(const State& state, double kT) {
     const double A = state.value(Constant::A), B = state.value(Constant::B),
                  C = state.value(Constant::C);
-    const auto holds = [&](int J) { return ClassicalShare(A, B, C, kT, J) >= kComplete; };
-    // Of a sphere it is the R with R^2 B/kT = 8.13; where this is far off, the steps grow.
-    const double guess = std::sqrt(8.13 * kT / std::sqrt(B * C)) - 1.0;
-    int high = static_cast<int>(std::clamp(guess, 0.0, double(kMostLevels / 4)));
+    const auto share = [&](double J) { return ClassicalShare(A, B, C, kT, J); };
+    const auto holds = [&](int J) { return share(J) >= kComplete; };
+    // Of a sphere it is the R with R^2 B/kT = 8.13, and what is missing falls as exp(-R^2 B/kT);
+    // where this is far off, the steps grow.
+    constexpr double kMost = kMostLevels / 4;
+    const double of_sphere = std::min(std::sqrt(8.13 * kT / std::sqrt(B * C)), kMost);
+    const double missing = std::max(1e-12, 1.0 - share(of_sphere - 1.0));
+    const double guess = of_sphere * (1.0 + std::log(missing / (1.0 - kComplete)) / (2.0 * 8.13));
+    int high = static_cast<int>(std::clamp(guess, 0.0, kMost));
     int step = 1;
     for (; !holds(high) && high < kMostLevels / 4; step *= 2) high += step;
     int low = high - step;
