@@ -43,6 +43,9 @@ class Memory {
     /// `count` zeroed elements of `size` bytes, one element when count is less; null when refused.
     Block Take(std::int64_t count, std::size_t size) const;
 
+    /// The same, of no particular value.
+    Block TakeUnset(std::int64_t count, std::size_t size) const;
+
     /// Resizes a block of this account and keeps what fits; false when it is refused, the block is
     /// then as it was.
     bool Resize(Block& block, std::int64_t count, std::size_t size) const;
@@ -50,6 +53,9 @@ class Memory {
     static void Release(Block& block) noexcept;
 
   private:
+    template <class Allocate>
+    Block TakeFrom(std::int64_t count, std::size_t size, Allocate allocate) const;
+
     std::shared_ptr<Account> account_;
 };
 
@@ -76,10 +82,24 @@ class Array {
         return Set(count);
     }
 
+    /// Becomes `count` elements of no particular value, for what is written before it is read: none
+    /// is cleared, and those that nobody touches need no memory. False and null when refused.
+    [[nodiscard]] bool TakeUnset(const Memory& memory, std::int64_t count) {
+        Clear();
+        block_ = memory.TakeUnset(count, sizeof(T));
+        return Set(count);
+    }
+
     /// Has at least `count` elements; one that is too small loses what it held. False and null when
     /// they are refused.
     [[nodiscard]] bool Fit(const Memory& memory, std::int64_t count) {
         return (!is_null() && static_cast<std::int64_t>(size_) >= count) || Take(memory, count);
+    }
+
+    /// The same without clearing them, see TakeUnset.
+    [[nodiscard]] bool FitUnset(const Memory& memory, std::int64_t count) {
+        return (!is_null() && static_cast<std::int64_t>(size_) >= count) ||
+               TakeUnset(memory, count);
     }
 
     /// Becomes `count` elements and keeps those that fit; new ones have no particular value. False

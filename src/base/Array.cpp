@@ -4,6 +4,11 @@
 #include <cstdlib>
 #include <limits>
 
+#ifdef __linux__
+#include <sys/mman.h>
+#include <unistd.h>
+#endif
+
 #include "base/MachineMemory.h"
 
 namespace kiv {
@@ -31,6 +36,19 @@ std::int64_t BytesOf(std::int64_t count, std::size_t size) {
     }
     const auto most = static_cast<std::uint64_t>(PTRDIFF_MAX);
     return static_cast<std::uint64_t>(bytes) <= most ? bytes : -1;
+}
+
+// Asks for pages of 2 MiB, where the system has them, for a block that is filled from its beginning
+// on: they come in a third of the time. Blocks of this size have mappings of their own.
+void PreferLargePages([[maybe_unused]] void* first, [[maybe_unused]] std::int64_t bytes) {
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+    constexpr std::int64_t kLarge = std::int64_t{1} << 22;
+    if (bytes < kLarge) return;
+    const auto within = reinterpret_cast<std::uintptr_t>(first) %
+                        static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    madvise(static_cast<char*>(first) - within, static_cast<std::size_t>(bytes) + within,
+            MADV_HUGEPAGE);  // a wish
+#endif
 }
 
 }  // namespace
@@ -68,13 +86,25 @@ std::int64_t Memory::held() const { return account_->held; }
 
 void Memory::RefuseAfter(std::int64_t requests) { account_->grants_left = requests; }
 
-Memory::Block Memory::Take(std::int64_t count, std::size_t size) const {
+template <class Allocate>
+Memory::Block Memory::TakeFrom(std::int64_t count, std::size_t size, Allocate allocate) const {
     const std::int64_t bytes = BytesOf(count, size);
     if (!account_->Grant(bytes, 0)) return {};
-    void* const first = std::calloc(static_cast<std::size_t>(bytes), 1);
-    if (first) return {first, bytes, account_};
+    void* const first = allocate(static_cast<std::size_t>(bytes));
+    if (first) {
+        PreferLargePages(first, bytes);
+        return {first, bytes, account_};
+    }
     account_->held -= bytes;
     return {};
+}
+
+Memory::Block Memory::Take(std::int64_t count, std::size_t size) const {
+    return TakeFrom(count, size, [](std::size_t bytes) { return std::calloc(bytes, 1); });
+}
+
+Memory::Block Memory::TakeUnset(std::int64_t count, std::size_t size) const {
+    return TakeFrom(count, size, [](std::size_t bytes) { return std::malloc(bytes); });
 }
 
 bool Memory::Resize(Block& block, std::int64_t count, std::size_t size) const {

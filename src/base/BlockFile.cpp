@@ -4,51 +4,81 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 namespace kiv {
 namespace {
 
-// Lets the blocks of a file pass in their order.
+// The blocks of a file on their way into its sink, in order. One that is made before its turn is
+// copied, so that its thread can go on: to wait, sleep and be woken takes as long as a block.
 class Queue {
   public:
-    void WaitFor(int block) {
+    /// Holds up to `most` blocks; those of others wait.
+    Queue(Sink& sink, int most) : sink_(sink), most_held_(most) {}
+
+    void Put(int block, std::span<const char> bytes) {
         std::unique_lock lock(mutex_);
-        moved_.wait(lock, [&] { return next_ == block; });
+        moved_.wait(lock, [&] { return has_failed_ || block == next_ || num_held_ < most_held_; });
+        if (has_failed_) return;
+        if (block == next_) {
+            Write(bytes, lock);
+        } else {
+            Hold(block, bytes, lock);
+        }
+        for (auto held = held_.find(next_); held != held_.end(); held = held_.find(next_)) {
+            std::vector<char> text = std::move(held->second);
+            held_.erase(held);
+            Write(text, lock);
+            spare_.push_back(std::move(text));
+            --num_held_;
+        }
+        lock.unlock();
+        moved_.notify_all();
     }
 
-    void Pass() {
+    /// A block could not be made: nobody waits for it, and none behind it is written.
+    void Fail() {
         {
             const std::lock_guard lock(mutex_);
-            ++next_;
+            has_failed_ = true;
         }
         moved_.notify_all();
     }
 
   private:
+    // The next block, which nobody else has; the others may come meanwhile.
+    void Write(std::span<const char> bytes, std::unique_lock<std::mutex>& lock) {
+        lock.unlock();
+        sink_.Put(bytes.data(), bytes.size());
+        lock.lock();
+        ++next_;
+    }
+
+    void Hold(int block, std::span<const char> bytes, std::unique_lock<std::mutex>& lock) {
+        std::vector<char> copy;
+        if (!spare_.empty()) {
+            copy = std::move(spare_.back());
+            spare_.pop_back();
+        }
+        ++num_held_;
+        lock.unlock();
+        copy.assign(bytes.begin(), bytes.end());
+        lock.lock();
+        held_.emplace(block, std::move(copy));
+    }
+
+    Sink& sink_;
+    const int most_held_;
     std::mutex mutex_;
     std::condition_variable moved_;
     int next_ = 0;
-};
-
-// A block's place in the queue, which it leaves in its turn even when it could not be made: others
-// wait behind it.
-class Place {
-  public:
-    Place(Queue& queue, int block) : queue_(queue), block_(block) {}
-    ~Place() {
-        WaitForTurn();
-        queue_.Pass();
-    }
-    Place(const Place&) = delete;
-    Place& operator=(const Place&) = delete;
-
-    void WaitForTurn() { queue_.WaitFor(block_); }
-
-  private:
-    Queue& queue_;
-    int block_;
+    int num_held_ = 0;
+    std::map<int, std::vector<char>> held_;
+    std::vector<std::vector<char>> spare_;
+    bool has_failed_ = false;
 };
 
 struct Part {
@@ -84,21 +114,24 @@ void WriteAlone(BlockFile& file) {
 
 }  // namespace
 
-// Blocks start in the order of the parts, so that one that has its turn has already started.
+// Blocks start in the order of the parts, so that one that others wait for has already started.
 void WriteBlocks(std::span<BlockFile* const> files, Threads& threads) {
     if (threads.num() == 1) {
         for (BlockFile* const file : files) WriteAlone(*file);
         return;
     }
     const std::vector<Part> parts = PartsOf(files);
-    std::deque<Queue> queues(files.size());
+    std::deque<Queue> queues;
+    for (BlockFile* const file : files) queues.emplace_back(file->sink(), 2 * threads.num());
     threads.Share(static_cast<int>(parts.size()), [&](int i, int thread) {
         const auto [index, block] = parts[static_cast<std::size_t>(i)];
-        BlockFile& file = *files[index];
-        Place place(queues[index], block);
-        const std::span<const char> bytes = file.Make(block, thread);
-        place.WaitForTurn();
-        file.sink().Put(bytes.data(), bytes.size());
+        Queue& queue = queues[index];
+        try {
+            queue.Put(block, files[index]->Make(block, thread));
+        } catch (...) {
+            queue.Fail();
+            throw;
+        }
     });
 }
 

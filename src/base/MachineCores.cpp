@@ -24,13 +24,15 @@ std::string FirstLine(const std::string& name) {
 // Time that a group may use of each period: "quota period" in one file or in two. Without a limit
 // the quota is "max" or negative.
 int CoresOfGroup(const ControlGroup& group) {
-    const std::string times = group.version == 2
-                                  ? FirstLine(group.folder + "cpu.max")
-                                  : FirstLine(group.folder + "cpu.cfs_quota_us") + " " +
-                                        FirstLine(group.folder + "cpu.cfs_period_us");
+    const bool has_one = group.version == 2;
+    const std::string times = FirstLine(group.folder + (has_one ? "cpu.max" : "cpu.cfs_quota_us"));
     long long quota = 0, period = 0;
-    if (std::sscanf(times.c_str(), "%lld %lld", &quota, &period) != 2) return kAnyCores;
-    if (quota <= 0 || period <= 0) return kAnyCores;
+    std::sscanf(times.c_str(), "%lld %lld", &quota, &period);
+    if (quota <= 0) return kAnyCores;  // each file of the system takes 25 us
+    if (!has_one) {
+        std::sscanf(FirstLine(group.folder + "cpu.cfs_period_us").c_str(), "%lld", &period);
+    }
+    if (period <= 0) return kAnyCores;
     const long long cores = quota / period + (quota % period != 0 ? 1 : 0);
     return static_cast<int>(std::min<long long>(cores, kAnyCores));
 }

@@ -18,6 +18,19 @@ namespace kiv {
 using Vec4 = double __attribute__((vector_size(32)));
 using Vec8 = double __attribute__((vector_size(64)));
 
+using Long4 = long long __attribute__((vector_size(32)));
+using Long8 = long long __attribute__((vector_size(64)));
+
+/// What comparisons of a Vec give: all bits of a lane or none.
+template <class Vec>
+struct MaskOf {
+    using Type = Long4;
+};
+template <>
+struct MaskOf<Vec8> {
+    using Type = Long8;
+};
+
 template <class Vec>
 KIV_INLINE void LoadVec(Vec& v, const double* p) {
     std::memcpy(&v, p, sizeof v);

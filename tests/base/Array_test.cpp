@@ -38,6 +38,22 @@ TEST(Memory, RefusesWhatWouldExceedItsLimit) {
     EXPECT_FALSE(b.Take(Memory(-5), 0));
 }
 
+TEST(Memory, CountsWhatItDoesNotClear) {
+    Memory memory(8000);
+    Array<double> a, b;
+    ASSERT_TRUE(a.FitUnset(memory, 600));
+    std::fill(a.begin(), a.end(), 1.0);
+    ASSERT_TRUE(a.FitUnset(memory, 500));
+    EXPECT_EQ(a.size(), 600u);
+    EXPECT_EQ(a[599], 1.0) << "an array that is large enough stays as it is";
+    EXPECT_FALSE(b.TakeUnset(memory, 401));
+    EXPECT_TRUE(b.is_null());
+    ASSERT_TRUE(b.TakeUnset(memory, 400));
+    EXPECT_EQ(memory.held(), 8000);
+    EXPECT_FALSE(a.FitUnset(memory, 601)) << "of which 600 are given back first";
+    EXPECT_EQ(memory.held(), 3200);
+}
+
 TEST(Memory, RefusesWhatCannotBeCountedOrGranted) {
     Memory memory(kMax);
     Array<double> a;
