@@ -12,9 +12,9 @@
 namespace kiv {
 
 /// Fills `order` so that key[order[0]] <= key[order[1]] <= ...; equal keys (0.0 and -0.0 are equal)
-/// keep the order of their indices. Not-a-numbers go to the ends by their sign. Without memory for
-/// the fast way a slower one in place is taken. Long ones are sorted on `threads`, null for none;
-/// there is one order, whatever their number.
+/// are in the order of their indices. Not-a-numbers go to the ends by their sign. Without memory
+/// for the fast way a slower one in place is taken. Long ones are sorted on `threads`, null for
+/// none; there is one order, whatever their number.
 void SortIndex(std::span<const double> key, std::span<std::int32_t> order, const Memory& memory,
                Threads* threads = nullptr);
 void SortIndex(std::span<const std::uint64_t> key, std::span<std::int32_t> order,
@@ -25,7 +25,7 @@ enum class Direction : bool { Ascending, Descending };
 /// What is shorter takes less time than to share it.
 inline constexpr std::size_t kShortRange = 5000;
 
-/// Fewer lines stay near the processor together and are sorted in one bucket, on one thread.
+/// Fewer lines stay near the processor together and are sorted in one bucket.
 inline constexpr std::size_t kOneBucket = 100000;
 
 /// Calls part(range, first, last) for ranges that together are 0..n-1: one a thread, the whole when

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <limits>
 #include <numeric>
 #include <random>
@@ -69,10 +70,10 @@ TEST(SortIndex, AgreesWithAStableSort) {
 }
 
 // Keys that agree in more high bits than are sorted at first, apart from their lowest ones; many
-// that are equal; all in one bucket but for one.
+// that are equal; all in one bucket but for one; many powers of two.
 void ExpectStableKeys(std::size_t n) {
     std::mt19937_64 random(2);
-    std::vector<std::vector<double>> sets(4, std::vector<double>(n));
+    std::vector<std::vector<double>> sets(5, std::vector<double>(n));
     for (std::size_t i = 0; i < n; ++i) {
         sets[0][i] = std::uniform_real_distribution(-1e7, 1e7)(random);
         sets[1][i] = std::bit_cast<double>(std::bit_cast<std::uint64_t>(1e6) + random() % 5);
@@ -81,6 +82,7 @@ void ExpectStableKeys(std::size_t n) {
     }
     sets[1][n / 2] = -sets[1][n / 2];
     sets[3][n - 1] = 0.0;
+    for (double& key : sets[4]) key = std::exp(std::uniform_real_distribution(-9.0, 17.0)(random));
     for (const auto& keys : sets) ExpectStable(keys);
     std::vector<std::uint64_t> whole(n);
     for (std::uint64_t& key : whole) key = random() % 3 + (random() % 2 << 63);
