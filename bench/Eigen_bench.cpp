@@ -122,7 +122,7 @@ void SolveAll(Solver& s) {
         } else {
             VectorsOfJ wanted[kTogether];
             for (int J = first; J <= last; ++J) {
-                wanted[J - first] = {J, VecStart(s.levels.vectors_real, J)};
+                wanted[J - first] = {J, VecStart(s.levels, s.levels.vectors_real, J)};
             }
             SolveReal(s.H, {wanted, static_cast<std::size_t>(last - first + 1)}, s.scratch);
         }

@@ -34,8 +34,10 @@ struct Levels {
     Array<std::int16_t> ka, kc;
     Array<std::uint8_t> odd;  // kept rotations under which it changes sign
 
-    // Eigenvectors block by block, as the solver leaves them; Vector() gives one of them
+    // Eigenvectors block by block, as the solver leaves them; Vector() gives one of them. Each J
+    // has room for the blocks of the rotations `placed_by`, some of those that are kept
     Array<double> vectors_real, vectors_imag;
+    std::uint8_t placed_by = 0;
 
     // dE/dp, num_derivatives a level: those of `derivative_of`, in the order of Constant
     Array<double> derivative;

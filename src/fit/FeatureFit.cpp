@@ -125,14 +125,17 @@ Status FeatureFitter::Begin() {
 // The linear problem of the constants as they are, with the features that they do not reject.
 Status FeatureFitter::Linearise() {
     if (has_settled_) rejection_->Advance();
-    features_.FollowSymmetry(rejection_->phase() != FitPhase::Exact);
+    KIV_TRY(features_.FollowSymmetry(rejection_->phase() != FitPhase::Exact, work_));
     KIV_TRY(features_.Linearise(model_, work_));
     last_fate_ = std::move(fate_);
     fate_ = features_.open();
     rejection_->Select(features_.misfit(), features_.uncertainty(), fate_);
     chi_squared_ = features_.ChiSquared(fate_);
-    KIV_TRY(features_.Fill(fate_, work_.memory(), problem_));
-    return problem_.Decompose(to_hold_, work_.memory());
+    const Result<bool> is_new = features_.Fill(fate_, work_.memory(), problem_);
+    if (!is_new) return is_new.error();
+    if (is_new.value()) return problem_.Decompose(to_hold_, work_.memory());
+    problem_.Project();
+    return {};
 }
 
 Status FeatureFitter::CheckEnough() const {

@@ -88,9 +88,19 @@ Status FeatureProblem::Begin(const Model& model, std::span<const FitParameter> p
 }
 
 Status FeatureProblem::Solve(const Model& model, Workspace& work, Report& report) {
-    has_derivatives_ = false;
-    KIV_TRY(levels_.Solve(model, work, report));
+    const Result<bool> is_new = levels_.Solve(model, work, report);
+    has_derivatives_ = has_derivatives_ && is_new && !is_new.value();
+    if (!is_new) return is_new.error();
     SetMisfits(model.origin.value);
+    has_misfits_ = true;
+    return {};
+}
+
+Status FeatureProblem::FollowSymmetry(bool follow, Workspace& work) {
+    const Result<bool> is_same = levels_.FollowSymmetry(follow, work);
+    if (!is_same) return is_same.error();
+    has_misfits_ = has_misfits_ && is_same.value();
+    has_derivatives_ = has_derivatives_ && is_same.value();
     return {};
 }
 
@@ -112,7 +122,8 @@ void FeatureProblem::SetMisfits(double origin) {
 
 Status FeatureProblem::Linearise(const Model& model, Workspace& work) {
     KIV_TRY(features_.WeighBlends(model, rules_, levels_, work));
-    SetMisfits(model.origin.value);
+    if (!has_misfits_ || features_.HasWeighedBlends()) SetMisfits(model.origin.value);
+    has_misfits_ = true;
     has_line_.assign(features_.size(), false);
     for (std::size_t i = 0; i < features_.size(); ++i) {
         const auto components = features_.Components(i);
@@ -134,6 +145,7 @@ Status FeatureProblem::Linearise(const Model& model, Workspace& work) {
 }
 
 void FeatureProblem::FillDerivatives() {
+    filled_.reset();
     const Gradient gradient(parameters_, options_.data, levels_);
     const std::size_t p = parameters_.size();
     std::fill(derivative_.block().begin(), derivative_.block().end(), 0.0);
@@ -150,8 +162,23 @@ void FeatureProblem::FillDerivatives() {
     }
 }
 
-Status FeatureProblem::Fill(std::span<const FeatureFate> fate, const Memory& memory,
-                            LinearProblem& problem) const {
+Result<bool> FeatureProblem::Fill(const std::vector<FeatureFate>& fate, const Memory& memory,
+                                  LinearProblem& problem) {
+    const bool has_rows = filled_ == fate;
+    if (!has_rows) {
+        filled_.reset();
+        KIV_TRY(FillRows(fate, memory, problem));
+        filled_ = fate;
+    }
+    std::size_t i = 0;
+    for (std::size_t e = 0; e < size(); ++e) {
+        if (fate[e] == FeatureFate::Used) problem.SetMisfit(i++, misfit_[e], uncertainty_[e]);
+    }
+    return !has_rows;
+}
+
+Status FeatureProblem::FillRows(const std::vector<FeatureFate>& fate, const Memory& memory,
+                                LinearProblem& problem) const {
     const auto used = std::count(fate.begin(), fate.end(), FeatureFate::Used);
     const std::size_t p = parameters_.size();
     KIV_TRY(problem.Begin(memory, static_cast<std::size_t>(used), p));
@@ -167,7 +194,7 @@ Status FeatureProblem::Fill(std::span<const FeatureFate> fate, const Memory& mem
             row[m] -= derivative_(of.minus, m);
             term_size[m] += term_size_(of.minus, m);
         }
-        problem.SetRow(i++, row.data(), term_size.data(), misfit_[e], uncertainty_[e]);
+        problem.SetRow(i++, row.data(), term_size.data(), uncertainty_[e]);
     }
     return {};
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -36,16 +37,13 @@ class FeatureProblem {
     /// have lines and fills the derivatives. NoMemory.
     Status Linearise(const Model& model, Workspace& work);
 
-    /// Finds levels by symmetry instead of energy rank, see StateLevels.
-    void FollowSymmetry(bool follow) {
-        const bool is_same = follow == levels_.follows_symmetry() || levels_.has_regular_labels();
-        has_derivatives_ = has_derivatives_ && is_same;
-        levels_.FollowSymmetry(follow);
-    }
+    /// Finds levels by symmetry, as at first, or by energy rank, see StateLevels. NoMemory.
+    Status FollowSymmetry(bool follow, Workspace& work);
 
-    /// Fills the rows of a cycle with the equations that are used. NoMemory.
-    Status Fill(std::span<const FeatureFate> fate, const Memory& memory,
-                LinearProblem& problem) const;
+    /// Fills a problem with the equations that are used. False when only the misfits are other
+    /// ones than before. NoMemory.
+    Result<bool> Fill(const std::vector<FeatureFate>& fate, const Memory& memory,
+                      LinearProblem& problem);
 
     bool uniform() const { return uniform_; }
     std::size_t size() const { return equations_.list.size(); }
@@ -82,6 +80,8 @@ class FeatureProblem {
     Status MakeEquations();
     void SetMisfits(double origin);
     void FillDerivatives();
+    Status FillRows(const std::vector<FeatureFate>& fate, const Memory& memory,
+                    LinearProblem& problem) const;
 
     const LineRules& rules_;
     const FeatureFitOptions& options_;
@@ -94,8 +94,9 @@ class FeatureProblem {
     StateLevels levels_;
     std::vector<double> calculated_;  // of the features
     std::vector<bool> has_line_;
-    bool has_derivatives_ = false;          // of the levels as they are
-    Table<double> derivative_, term_size_;  // of the features
+    bool has_misfits_ = false, has_derivatives_ = false;  // of the levels as they are
+    Table<double> derivative_, term_size_;                // of the features
+    std::optional<std::vector<FeatureFate>> filled_;  // by which they were filled into a problem
 };
 
 }  // namespace kiv

@@ -27,22 +27,25 @@ constexpr double kSmallComponent = 1e-3;
 }  // namespace
 
 Status LinearProblem::Begin(const Memory& memory, std::size_t rows, std::size_t parameters) {
-    rows_ = std::max(rows, parameters);
+    const std::size_t all_rows = std::max(rows, parameters);
+    size_.assign(parameters, 0.0);
+    length_.assign(parameters, 0.0);
+    right_.assign(all_rows, 0.0);
+    // Rows that are not set must be 0.
+    const bool has_room = !w_.is_null() && all_rows == rows_ && parameters == parameters_;
+    if (has_room && rows == all_rows) return {};
+    rows_ = all_rows;
     parameters_ = parameters;
     const auto n = static_cast<std::int64_t>(rows_), p = static_cast<std::int64_t>(parameters);
     if (!matrix_.Take(memory, n * p)) return NoMemory(array_name::kFitDerivatives);
     if (!u_.Take(memory, (p + 1) * (p + 1))) return NoMemory(array_name::kFitMatrix);
     if (!v_.Take(memory, (p + 1) * (p + 1))) return NoMemory(array_name::kFitVectors);
     if (!w_.Take(memory, p + 1)) return NoMemory(array_name::kSingularValues);
-    size_.assign(parameters, 0.0);
-    length_.assign(parameters, 0.0);
-    right_.assign(rows_, 0.0);
     return {};
 }
 
 void LinearProblem::SetRow(std::size_t i, const double* derivatives, const double* sizes,
-                           double misfit, double uncertainty) {
-    right_[i] = misfit / uncertainty;
+                           double uncertainty) {
     for (std::size_t m = 0; m < parameters_; ++m) {
         matrix_[m * rows_ + i] = derivatives[m] / uncertainty;
         size_[m] += (sizes[m] / uncertainty) * (sizes[m] / uncertainty);
@@ -74,9 +77,14 @@ Status LinearProblem::Decompose(std::span<const std::size_t> to_hold, const Memo
         if (w_[least + 1] > Tolerance() * most) break;
         HoldNullVector(least, to_hold);
     }
+    Project();
+    return {};
+}
+
+void LinearProblem::Project() {
     const std::size_t n = rank();
     along_.assign(n, 0.0);
-    if (n == 0) return {};
+    if (n == 0) return;
     std::vector<double> right(factors_.stride());
     std::copy(right_.begin(), right_.end(), right.begin());
     factors_.MultiplyByTransposed(right.data());
@@ -84,7 +92,6 @@ Status LinearProblem::Decompose(std::span<const std::size_t> to_hold, const Memo
         const double* const u = &u_[(j + 1) * (n + 1) + 1];
         for (std::size_t i = 0; i < n; ++i) along_[j] += u[i] * right[i];
     }
-    return {};
 }
 
 Status LinearProblem::DecomposeActive(const Memory& memory) {

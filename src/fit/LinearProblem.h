@@ -18,17 +18,24 @@ namespace kiv {
 
 class LinearProblem {
   public:
-    /// Empties it for `rows` rows and `parameters` columns. NoMemory.
+    /// Begins one of `rows` rows, all of which are to be set, and `parameters` columns. NoMemory.
     Status Begin(const Memory& memory, std::size_t rows, std::size_t parameters);
 
-    /// Row i: derivatives, the sizes of what they are sums of, obs - calc.
-    void SetRow(std::size_t i, const double* derivatives, const double* sizes, double misfit,
-                double uncertainty);
+    /// Row i: derivatives and the sizes of what they are sums of.
+    void SetRow(std::size_t i, const double* derivatives, const double* sizes, double uncertainty);
+
+    /// Its right side: obs - calc.
+    void SetMisfit(std::size_t i, double misfit, double uncertainty) {
+        right_[i] = misfit / uncertainty;
+    }
 
     /// Decomposes the matrix and holds the parameters that it leaves undetermined: of each null
     /// vector the one with a large component that comes first in `to_hold`, which holds the numbers
     /// of all parameters. NoMemory; NotConverged when the rows are not finite.
     Status Decompose(std::span<const std::size_t> to_hold, const Memory& memory);
+
+    /// Projects the right sides on what was decomposed.
+    void Project();
 
     struct Held {
         std::size_t parameter;

@@ -128,7 +128,7 @@ void Rejection::Begin(std::span<const double> misfit, std::span<const double> un
 
 void Rejection::Select(std::span<const double> misfit, std::span<const double> uncertainty,
                        std::span<FeatureFate> fate) {
-    SetSizes(misfit, uncertainty, fate);
+    if (phase_ != FitPhase::Exact) SetSizes(misfit, uncertainty, fate);
     for (std::size_t i = 0; i < fate.size(); ++i) {
         if (fate[i] == FeatureFate::Unmatched) continue;
         const double size = std::fabs(misfit[i]), limit = Limit(uncertainty[i]);

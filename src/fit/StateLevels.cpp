@@ -36,22 +36,27 @@ Status StateLevels::ReserveState(const TurnedState& state, StateIndex index, con
     return chosen_[index].Choose(wanted_[index].levels, max_J_, memory);
 }
 
-Status StateLevels::Solve(const Model& model, Workspace& work, Report& report) {
+Result<bool> StateLevels::Solve(const Model& model, Workspace& work, Report& report) {
+    bool is_new = false;
     for (const StateIndex index : {kLower, kUpper}) {
         if (!has(index)) continue;
         const TurnedState turned = Turn(model.states[index]);
         if (is_solved_[index] && SameBits(turned, turned_[index])) continue;
         is_solved_[index] = false;
         turned_[index] = turned;
-        KIV_TRY(SolveState(turned, index, work, report));
+        const Result<bool> solved = SolveState(index, work, report);
+        if (!solved) return solved.error();
         is_solved_[index] = true;
+        is_new = is_new || solved.value();
     }
-    return {};
+    if (follows_) return is_new;
+    const Result<bool> confirmed = ConfirmRanks(work);
+    if (!confirmed) return confirmed.error();
+    return is_new || confirmed.value();
 }
 
-Status StateLevels::SolveState(const TurnedState& state, StateIndex index, Workspace& work,
-                               Report& report) {
-    const LevelTask task{{&state, is_complex_}, max_J_, index, &wanted_J_[index]};
+Result<bool> StateLevels::SolveState(StateIndex index, Workspace& work, Report& report) {
+    const LevelTask task = TaskOf(index);
     Levels& levels = levels_[index];
     if (is_chosen_[index] && !ChosenLevels::CanSolve(task.H)) {  // a constant is no longer 0
         is_chosen_[index] = false;
@@ -63,13 +68,39 @@ Status StateLevels::SolveState(const TurnedState& state, StateIndex index, Works
         for (int J = 0; J <= max_J_; ++J) {
             if (wanted_J_[index][static_cast<std::size_t>(J)]) SortBySymmetry(index, J);
         }
-        return {};
+        return true;
     }
-    KIV_TRY(chosen_[index].Solve(task, work, report, levels));
-    std::iota(of_symmetry_[index].begin(), of_symmetry_[index].end(), std::size_t{0});
-    for (const int J : chosen_[index].irregular()) SortBySymmetry(index, J);
-    is_regular_[index] = chosen_[index].irregular().empty();
-    return {};
+    const Result<bool> is_new = chosen_[index].Solve(task, work, report, levels);
+    if (is_new && is_new.value()) SortIrregular(index);
+    return is_new;
+}
+
+// True when levels were solved again.
+Result<bool> StateLevels::ConfirmRanks(Workspace& work) {
+    bool is_new = false;
+    for (const StateIndex index : {kLower, kUpper}) {
+        if (!is_solved_[index] || !is_chosen_[index]) continue;
+        const Result<bool> changed =
+            chosen_[index].ConfirmRanks(TaskOf(index), work, levels_[index]);
+        if (!changed) return changed.error();
+        if (changed.value()) SortIrregular(index);
+        is_new = is_new || changed.value();
+    }
+    return is_new;
+}
+
+Result<bool> StateLevels::FollowSymmetry(bool follow, Workspace& work) {
+    if (follow == follows_) return true;
+    follows_ = follow;
+    const Result<bool> is_new = follow ? Result<bool>(false) : ConfirmRanks(work);
+    if (!is_new) return is_new.error();
+    return !is_new.value() && is_regular_[kLower] && is_regular_[kUpper];
+}
+
+void StateLevels::SortIrregular(StateIndex state) {
+    std::iota(of_symmetry_[state].begin(), of_symmetry_[state].end(), std::size_t{0});
+    for (const int J : chosen_[state].irregular()) SortBySymmetry(state, J);
+    is_regular_[state] = chosen_[state].irregular().empty();
 }
 
 // Label by label the next level of the class that the label belongs to.

@@ -28,18 +28,16 @@ class StateLevels {
                    const Memory& memory);
 
     /// Solves the wanted levels of the states in use, but of none that is bit for bit that of its
-    /// last solution. NoMemory; Cancelled.
-    Status Solve(const Model& model, Workspace& work, Report& report);
+    /// last solution. False when all derivatives are still those that they were. NoMemory;
+    /// Cancelled.
+    Result<bool> Solve(const Model& model, Workspace& work, Report& report);
 
-    /// Finds levels by their symmetry: those of a class keep their order among themselves, so that
-    /// positions change smoothly while levels of different classes cross. False: by energy rank, as
-    /// labels are given; where levels cross, positions have corners at which a fit can end.
-    void FollowSymmetry(bool follow) { follows_ = follow; }
+    /// Finds levels by their symmetry, as at first: those of a class keep their order among
+    /// themselves, so that positions change smoothly while levels of different classes cross.
+    /// False: by energy rank, as labels are given; where levels cross, positions have corners at
+    /// which a fit can end. True when the same levels as before are found. NoMemory.
+    Result<bool> FollowSymmetry(bool follow, Workspace& work);
     bool follows_symmetry() const { return follows_; }
-
-    /// True when labels follow the energy against their symmetry nowhere, which makes both the
-    /// same.
-    bool has_regular_labels() const { return is_regular_[kLower] && is_regular_[kUpper]; }
 
     /// Level index of an energy rank of J, or of the level whose symmetry that rank should have.
     std::size_t Index(int state, int J, int rank) const {
@@ -56,7 +54,12 @@ class StateLevels {
 
   private:
     Status ReserveState(const TurnedState& state, StateIndex index, const Memory& memory);
-    Status SolveState(const TurnedState& state, StateIndex index, Workspace& work, Report& report);
+    Result<bool> SolveState(StateIndex index, Workspace& work, Report& report);
+    LevelTask TaskOf(StateIndex index) const {
+        return {{&turned_[index], is_complex_}, max_J_, index, &wanted_J_[index]};
+    }
+    Result<bool> ConfirmRanks(Workspace& work);
+    void SortIrregular(StateIndex state);
     void SortBySymmetry(StateIndex state, int J);
 
     std::array<Wanted, kNumStates> wanted_;
@@ -68,8 +71,9 @@ class StateLevels {
     std::array<Levels, kNumStates> levels_;
     std::array<TurnedState, kNumStates> turned_;  // as they were solved
     std::array<bool, kNumStates> is_solved_{};
+    // labels are known to follow the energy against their symmetry nowhere
     std::array<bool, kNumStates> is_regular_{true, true};
-    bool follows_ = false;
+    bool follows_ = true;
     std::array<std::vector<std::size_t>, kNumStates> of_symmetry_;  // level indices by label
 };
 

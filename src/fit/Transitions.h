@@ -65,6 +65,7 @@ class FeatureSet {
 
     /// Weighs the blends that take calculated intensities, for the levels as they are; one without
     /// any intensity gets equal weights. NoMemory.
+    bool HasWeighedBlends() const { return !by_intensity_.empty(); }
     Status WeighBlends(const Model& model, const LineRules& rules, const StateLevels& levels,
                        Workspace& work);
 

@@ -1,11 +1,13 @@
 // Some levels of one state, solved without the others.
 //
 // Where the blocks of a state are tridiagonal, a level follows its constants: from the eigenvalues
-// of its block at first, then from what the last vector makes of the new constants. Where it is not
-// certain that it is the level of its label, its J is solved as a whole.
+// of its block at first, then from what the last vector makes of the new constants. It is known by
+// its symmetry; whether it has the energy rank of its label is asked for when that matters. Where
+// it is not certain which level it is, its J is solved as a whole.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -27,11 +29,17 @@ class ChosenLevels {
     Status Choose(std::span<const std::size_t> levels, int max_J, const Memory& memory);
 
     /// Fills energies, labels, characters and derivatives of the chosen levels in `levels`, which
-    /// Levels::ReserveFigures sized. NoMemory; Cancelled.
-    Status Solve(const LevelTask& task, Workspace& work, Report& report, Levels& levels);
+    /// Levels::ReserveFigures sized: of each the level that has its number among those of the
+    /// symmetry of its label. False when the derivatives are still those of the last solution, of
+    /// constants that are the same to rounding. NoMemory; Cancelled.
+    Result<bool> Solve(const LevelTask& task, Workspace& work, Report& report, Levels& levels);
 
-    /// The J at which labels follow the energy against their symmetry, ascending: there all levels
-    /// are filled.
+    /// Makes them the levels that have the energy ranks of their labels, by the same task. True
+    /// when they were not known to be, and a J was solved again as a whole. NoMemory.
+    Result<bool> ConfirmRanks(const LevelTask& task, Workspace& work, Levels& levels);
+
+    /// The J, in no order, at which labels are known to follow the energy against their symmetry:
+    /// there all levels are filled.
     const std::vector<int>& irregular() const { return irregular_; }
 
   private:
@@ -39,12 +47,14 @@ class ChosenLevels {
         return {groups_.data() + of_J.first_group, of_J.end_group - of_J.first_group};
     }
     FollowTask TaskOf(const Hamiltonian& H, std::size_t place, Levels& levels);
-    Status FollowAll(const LevelTask& task, Report& report, Levels& levels,
-                     std::vector<std::size_t>& uncertain);
     void Take(const Hamiltonian& H, std::size_t place, const double* vectors, BlockScratch& s,
               Levels& levels);
     void SolveWhole(const Hamiltonian& H, std::span<const std::size_t> wanted,
                     LevelScratch& scratch, Levels& levels);
+    std::size_t FindValues(const Hamiltonian& H, std::size_t place, Levels& levels);
+    bool ShiftAll(const Hamiltonian& H, Levels& levels);
+    Status SolveAllWhole(const Hamiltonian& H, std::span<const std::size_t> wanted, Workspace& work,
+                         Levels& levels);
 
     std::vector<ChosenJ> chosen_;  // ascending J
     std::vector<ChosenGroup> groups_;
@@ -52,7 +62,10 @@ class ChosenLevels {
     std::vector<int> irregular_;
     int max_J_ = 0;
     OperatorBands operators_;
-    Array<double> vectors_;         // of the groups
+    OperatorBands::Coefficients coefficients_;         // of the last Hamiltonian
+    std::optional<OperatorBands::Coefficients> last_;  // of that which the vectors are of
+    bool is_shifted_ = false;                          // the last Hamiltonian is another one
+    Array<double> vectors_;                            // of the groups
     Array<double> all_[kTogether];  // all vectors of a J, where it is solved as a whole
     LevelFollower follower_;
 };

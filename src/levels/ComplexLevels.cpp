@@ -68,8 +68,8 @@ void FixPhase(double* re, double* im, int N) {
 
 void SolveComplex(const Hamiltonian& H, int J, BlockScratch& s, Levels& levels) {
     BuildBlocks(H, J, s);
-    double* const re = VecStart(levels.vectors_real, J);
-    double* const im = VecStart(levels.vectors_imag, J);
+    double* const re = VecStart(levels, levels.vectors_real, J);
+    double* const im = VecStart(levels, levels.vectors_imag, J);
     for (int b = 0; b < s.blocks.num; ++b) {
         const std::int64_t vec = s.blocks.vec[b];
         SolveBlock(s, b, re + vec, im + vec);

@@ -111,65 +111,94 @@ KIV_INLINE void SumBlockBody(const BlockSums& block) {
 
 KIV_KERNEL(SumBlock, BlockSums)
 
+constexpr std::size_t kSetsTogether = 2;  // of lanes, for which a band is loaded once
+
 // Expectation values of all operators in levels in lanes, operator by operator.
 struct LaneSums {
-    const VectorLanes* lanes;
+    std::span<const VectorLanes> sets;
+    int n;  // rows
     std::span<const BandedOp> ops;
     const double* bands;
     std::ptrdiff_t stride;
-    double* products;  // of components with themselves, then with the next ones
-    double* out;
+    double* products;  // of components with themselves, then with the next ones, set by set
+    std::array<LaneValues, kMaxOps>* out;
 };
 
-// Sums of L bands times the products in lanes.
-template <int L>
-KIV_INLINE void SumSomeBands(const double* bands, std::ptrdiff_t stride, const double* products,
-                             int n, Vec4* out) {
-    Vec4 sum[L] = {};
+// Products of a set of vectors.
+KIV_INLINE void FillLaneProducts(const double* z, int n, double* own) {
+    double* const next = own + std::ptrdiff_t{n} * kPairLanes;
+    Vec4 above = {};
     for (int i = 0; i < n; ++i) {
-        Vec4 p;
-        LoadVec(p, products + std::ptrdiff_t{i} * kPairLanes);
-        for (int k = 0; k < L; ++k) sum[k] += bands[k * stride + i] * p;
+        const std::ptrdiff_t row = std::ptrdiff_t{i} * kPairLanes;
+        Vec4 x;
+        LoadVec(x, z + row);
+        StoreVec(own + row, x * x);
+        if (i > 0) StoreVec(next + row - kPairLanes, x * above);
+        above = x;
     }
-    for (int k = 0; k < L; ++k) out[k] = sum[k];
 }
 
-KIV_INLINE void SumAllBands(const double* bands, std::ptrdiff_t stride, std::size_t num,
-                            const double* products, int n, Vec4* out) {
-    for (; num >= 4; num -= 4, bands += 4 * stride, out += 4) {
-        SumSomeBands<4>(bands, stride, products, n, out);
+// Sums of L bands times the products of S sets, which are `record` numbers apart.
+template <int L, int S>
+KIV_INLINE void SumSomeBands(const LaneSums& run, const double* bands, const double* products,
+                             int n, Vec4 (*out)[2 * kMaxOps], int first) {
+    const std::ptrdiff_t record = std::ptrdiff_t{2 * run.n} * kPairLanes;
+    Vec4 sum[L][S] = {};
+    for (int i = 0; i < n; ++i) {
+        const std::ptrdiff_t row = std::ptrdiff_t{i} * kPairLanes;
+        Vec4 p[S], band;
+        for (int k = 0; k < S; ++k) LoadVec(p[k], products + k * record + row);
+        for (int l = 0; l < L; ++l) {
+            LoadVec(band, bands + l * run.stride + row);
+            for (int k = 0; k < S; ++k) sum[l][k] += band * p[k];
+        }
     }
-    if (num == 3) return SumSomeBands<3>(bands, stride, products, n, out);
-    if (num == 2) return SumSomeBands<2>(bands, stride, products, n, out);
-    if (num == 1) SumSomeBands<1>(bands, stride, products, n, out);
+    for (int l = 0; l < L; ++l) {
+        for (int k = 0; k < S; ++k) out[k][first + l] = sum[l][k];
+    }
+}
+
+template <int S>
+KIV_INLINE void SumAllBands(const LaneSums& run, int first, int num, const double* products, int n,
+                            Vec4 (*out)[2 * kMaxOps]) {
+    const double* bands = run.bands + first * run.stride;
+    for (; num >= 4; num -= 4, first += 4, bands += 4 * run.stride) {
+        SumSomeBands<4, S>(run, bands, products, n, out, first);
+    }
+    if (num == 3) return SumSomeBands<3, S>(run, bands, products, n, out, first);
+    if (num == 2) return SumSomeBands<2, S>(run, bands, products, n, out, first);
+    if (num == 1) SumSomeBands<1, S>(run, bands, products, n, out, first);
+}
+
+template <int S>
+KIV_INLINE void SumSets(const LaneSums& run) {
+    static_assert(sizeof(Vec4) == kPairLanes * sizeof(double));
+    const int n = run.n;
+    for (int k = 0; k < S; ++k) {
+        FillLaneProducts(run.sets[static_cast<std::size_t>(k)].z, n,
+                         run.products + std::ptrdiff_t{2 * k} * n * kPairLanes);
+    }
+    Vec4 sums[S][2 * kMaxOps];
+    const auto num = static_cast<int>(run.ops.size());
+    int num_beside = 0;
+    for (const BandedOp& op : run.ops) num_beside += op.beside >= 0 ? 1 : 0;
+    SumAllBands<S>(run, 0, num, run.products, n, sums);
+    SumAllBands<S>(run, num, num_beside, run.products + std::ptrdiff_t{n} * kPairLanes, n - 1,
+                   sums);
+    for (int k = 0; k < S; ++k) {
+        for (std::size_t i = 0; i < run.ops.size(); ++i) {
+            Vec4 sum = sums[k][i];
+            if (run.ops[i].beside >= 0) sum += 2.0 * sums[k][run.ops[i].beside];
+            StoreVec(run.out[k][i].data(), sum);
+        }
+    }
 }
 
 // Vec names the instruction set alone: there are four lanes.
 template <class>
 KIV_INLINE void SumLanesBody(const LaneSums& run) {
-    static_assert(sizeof(Vec4) == kPairLanes * sizeof(double));
-    const int n = run.lanes->n;
-    double *const own = run.products, *const next = own + std::ptrdiff_t{n} * kPairLanes;
-    Vec4 above = {};
-    for (int i = 0; i < n; ++i) {
-        Vec4 z;
-        LoadVec(z, run.lanes->z + std::ptrdiff_t{i} * kPairLanes);
-        StoreVec(own + std::ptrdiff_t{i} * kPairLanes, z * z);
-        if (i > 0) StoreVec(next + std::ptrdiff_t{i - 1} * kPairLanes, z * above);
-        above = z;
-    }
-    Vec4 sums[2 * kMaxOps];
-    const std::size_t num = run.ops.size();
-    std::size_t num_beside = 0;
-    for (const BandedOp& op : run.ops) num_beside += op.beside >= 0 ? 1 : 0;
-    SumAllBands(run.bands, run.stride, num, own, n, sums);
-    SumAllBands(run.bands + static_cast<std::ptrdiff_t>(num) * run.stride, run.stride, num_beside,
-                next, n - 1, sums + num);
-    for (std::size_t i = 0; i < num; ++i) {
-        Vec4 sum = sums[i];
-        if (run.ops[i].beside >= 0) sum += 2.0 * sums[run.ops[i].beside];
-        StoreVec(run.out + i * kPairLanes, sum);
-    }
+    if (run.sets.size() == kSetsTogether) return SumSets<kSetsTogether>(run);
+    SumSets<1>(run);
 }
 
 KIV_KERNEL(SumLanes, LaneSums)
@@ -284,18 +313,30 @@ void FillDerivatives(const Hamiltonian& H, int J, const double* real, const doub
     }
 }
 
-void FillDerivatives(const Hamiltonian& H, const VectorLanes& lanes, std::span<const BandedOp> ops,
-                     const double* bands, double* room, Levels& levels) {
-    LaneValues sums[kMaxOps];
-    SumLanes({&lanes, ops, bands, OperatorBands::Stride(lanes.J), room, sums[0].data()});
+void FillDerivatives(const Hamiltonian& H, std::span<const VectorLanes> sets, int J,
+                     std::span<const BandedOp> ops, const double* bands, double* room,
+                     Levels& levels) {
+    std::array<std::array<LaneValues, kMaxOps>, kSetsTogether> sums;
     Expectation e;
-    for (std::size_t k = 0; k < static_cast<std::size_t>(lanes.num); ++k) {
-        e.pz2 = sums[kPz2][k];
-        e.difference = sums[kDifference][k];
-        for (std::size_t i = kRigidOps; i < ops.size(); ++i) e.of[ops[i].constant] = sums[i][k];
-        FillRecord(
-            levels, H, lanes.J, e,
-            &levels.derivative[lanes.level[k] * static_cast<std::size_t>(levels.num_derivatives)]);
+    while (!sets.empty()) {
+        const auto some = sets.first(std::min(kSetsTogether, sets.size()));
+        SumLanes({some, OperatorBands::Rows(J), ops, bands, OperatorBands::Stride(J), room,
+                  sums.data()});
+        for (std::size_t i = 0; i < some.size(); ++i) {
+            for (std::size_t k = 0; k < kPairLanes; ++k) {
+                const std::size_t level = some[i].level[k];
+                if (level == VectorLanes::kNone) continue;
+                e.pz2 = sums[i][kPz2][k];
+                e.difference = sums[i][kDifference][k];
+                for (std::size_t o = kRigidOps; o < ops.size(); ++o) {
+                    e.of[ops[o].constant] = sums[i][o][k];
+                }
+                FillRecord(
+                    levels, H, J, e,
+                    &levels.derivative[level * static_cast<std::size_t>(levels.num_derivatives)]);
+            }
+        }
+        sets = sets.subspan(some.size());
     }
 }
 

@@ -22,18 +22,18 @@ namespace kiv {
 void FillDerivatives(const Hamiltonian& H, int J, const double* real, const double* imag,
                      BlockScratch& scratch, Levels& levels);
 
-/// Eigenvectors of some levels of a block, in the lanes of linalg/Eigenpair.h.
+/// Eigenvectors of a level of each block, in the lanes of OperatorBands.
 struct VectorLanes {
-    int J = 0;
-    int n = 0;                                    // rows
+    static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
     const double* z = nullptr;                    // unit vectors
-    int num = 0;                                  // lanes in use
-    std::array<std::size_t, kPairLanes> level{};  // their indices
+    std::array<std::size_t, kPairLanes> level{};  // their indices, kNone for lanes without one
 };
 
-/// Fills the records of levels from the operators of a J, whose bands begin at the first row of
-/// their block. `room` holds 2n numbers a lane.
-void FillDerivatives(const Hamiltonian& H, const VectorLanes& lanes, std::span<const BandedOp> ops,
-                     const double* bands, double* room, Levels& levels);
+/// Fills the records of levels from the operators of their J. `room` holds four numbers a row and
+/// lane.
+void FillDerivatives(const Hamiltonian& H, std::span<const VectorLanes> sets, int J,
+                     std::span<const BandedOp> ops, const double* bands, double* room,
+                     Levels& levels);
 
 }  // namespace kiv

@@ -6,91 +6,25 @@
 
 #include "base/ArrayName.h"
 #include "base/Failure.h"
-#include "levels/Derivatives.h"
+#include "base/Simd.h"
 #include "levels/Ranking.h"
 #include "linalg/Tridiagonal.h"
 
 namespace kiv {
 namespace {
 
-static_assert(kPairLanes == kMaxBlocks, "the blocks of a J go side by side");
-
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 constexpr int kMaxSteps = 6;        // of an eigenpair; two are enough when constants hardly move
 constexpr double kSettled = 1e-12;  // of the gap to the next level of the block
-constexpr double kTieMargin = 0.1;  // by which bounds of what counts as a tie are taken apart
+constexpr double kHardly = 1e-10;   // of the gap, by which a Hamiltonian may change in a shift
+constexpr double kTieMargin = 0.1;  // by which a tie is closer than what counts as one
 constexpr double kSide = 1e-14;     // of the energies, by which counts tell sides from each other
-constexpr double kAbove = 4.0;      // bounds of the energies that stand for rows of no block
+constexpr double kAbove = 4.0;      // bounds of the energies, beyond all of them
 
-int FirstRow(const LevelBlocks& blocks, int b) {
-    int first = 0;
-    for (int i = 0; i < b; ++i) first += blocks.block[i].N;
-    return first;
-}
-
-bool AreEqual(const LaneCounts& a, const LaneCounts& b) {
-    return a[0] == b[0] && a[1] == b[1] && a[2] == b[2] && a[3] == b[3];
-}
-
-int Largest(const LevelBlocks& blocks) {
-    int n = 0;
-    for (int b = 0; b < blocks.num; ++b) n = std::max(n, blocks.block[b].N);
-    return n;
-}
-
-}  // namespace
-
-Status LevelFollower::Fit(const Memory& memory, int max_J) {
-    const std::int64_t n = OperatorBands::Stride(max_J);
-    const std::int64_t lanes = std::int64_t{kPairLanes} * (max_J / 2 + 1);
-    const bool has_room = d_.Fit(memory, n) && e_.Fit(memory, n) && lanes_d_.Fit(memory, lanes) &&
-                          lanes_e2_.Fit(memory, lanes) && values_.Fit(memory, lanes) &&
-                          room_.Fit(memory, 2 * lanes);
-    return has_room ? Status() : NoMemory(array_name::kBlocks);
-}
-
-TridiagonalMatrix LevelFollower::BlockOf(int b) const {
-    const int first = FirstRow(of_J().blocks, b);
-    return {of_J().blocks.block[b].N, d_.data() + first, e_.data() + first};
-}
-
-// The blocks as they are counted, and bounds of their eigenvalues: no element of the diagonal is
-// larger than the largest of them, no sum of the sizes of a row less.
-LevelFollower::Bounds LevelFollower::LayOut() {
-    Bounds bounds;
-    matrices_ = {Largest(of_J().blocks), lanes_d_.data(), lanes_e2_.data()};
-    for (int b = 0; b < of_J().blocks.num; ++b) {
-        const TridiagonalMatrix matrix = BlockOf(b);
-        double before = 0.0;  // the element between this row and the last one
-        for (int i = 0; i < matrix.n; ++i) {
-            const double size = std::fabs(matrix.d[i]);
-            const double behind = i + 1 < matrix.n ? matrix.e[i] : 0.0;
-            matrices_.d[i * kPairLanes + b] = matrix.d[i];
-            matrices_.e2[i * kPairLanes + b] = before * before;
-            bounds.least = std::max(bounds.least, size);
-            bounds.most = std::max(bounds.most, size + (std::fabs(before) + std::fabs(behind)));
-            before = behind;
-        }
-    }
-    for (int b = 0; b < kMaxBlocks; ++b) {
-        for (int i = b < of_J().blocks.num ? of_J().blocks.block[b].N : 0; i < matrices_.n; ++i) {
-            matrices_.d[i * kPairLanes + b] = kAbove * bounds.most;
-            matrices_.e2[i * kPairLanes + b] = 0.0;
-        }
-    }
-    return bounds;
-}
-
-// All eigenvalues of the blocks, ascending in each.
-void LevelFollower::SetValues() {
-    const auto n = static_cast<std::size_t>(matrices_.n);
-    double* const d = values_.data();
-    std::copy_n(matrices_.d, kPairLanes * n, d);
-    std::copy_n(matrices_.e2, kPairLanes * n, room_.data());
-    const LaneMatrices matrices{matrices_.n, d, room_.data()};
-    TridiagonalValues({&matrices, 1});
-    for (int b = 0; b < of_J().blocks.num; ++b) {
-        for (int i = 1; i < of_J().blocks.block[b].N; ++i) {
+// Values of each block, ascending.
+void SortLanes(const LevelBlocks& blocks, double* d) {
+    for (int b = 0; b < blocks.num; ++b) {
+        for (int i = 1; i < blocks.block[b].N; ++i) {
             const double value = d[i * kPairLanes + b];
             int at = i;
             for (; at > 0 && d[(at - 1) * kPairLanes + b] > value; --at) {
@@ -101,117 +35,212 @@ void LevelFollower::SetValues() {
     }
 }
 
-// False when some level of the group does not settle.
-bool LevelFollower::Improve(ChosenGroup& group, const Bounds& bounds) {
-    const TridiagonalMatrix block = BlockOf(group.block);
-    double* const vectors = task_.vectors + group.vectors;
-    LaneValues energy;
-    if (of_J().start == ChosenStart::Vectors) {
-        energy = RayleighQuotients(block, vectors);
-    } else {
-        for (std::size_t k = 0; k < kPairLanes; ++k) {
-            const int before = group.level[k].before[static_cast<std::size_t>(group.block)];
-            const double* const value = values_.data() + before * kPairLanes + group.block;
-            energy[k] = *value;
-            group.gap[k] = std::numeric_limits<double>::max();
-            if (before > 0) group.gap[k] = value[0] - value[-kPairLanes];
-            if (before + 1 < block.n) {
-                group.gap[k] = std::min(group.gap[k], value[kPairLanes] - value[0]);
-            }
-        }
+// Squares of what stands beside the diagonal, and the largest sizes of the diagonal and of the sums
+// of a row, lane by lane.
+struct LayOutRun {
+    const TridiagonalLanes* matrices;
+    double* e2;
+    double *diagonal, *row;
+};
+
+KIV_INLINE void KeepLarger(Vec4& largest, const Vec4& x) { largest = x > largest ? x : largest; }
+
+// Vec names the instruction set alone: there are four lanes.
+template <class>
+KIV_INLINE void RunLayOutBody(const LayOutRun& run) {
+    static_assert(sizeof(Vec4) == kPairLanes * sizeof(double));
+    Vec4 before = {}, size_before = {}, diagonal = {}, row = {};
+    for (int i = 0; i < run.matrices->n; ++i) {
+        const std::ptrdiff_t at = std::ptrdiff_t{i} * kPairLanes;
+        Vec4 d, e;
+        LoadVec(d, run.matrices->d + at);
+        LoadVec(e, run.matrices->e + at);
+        StoreVec(run.e2 + at, before * before);
+        const Vec4 size = d < 0.0 ? -d : d, beside = e < 0.0 ? -e : e;
+        KeepLarger(diagonal, size);
+        KeepLarger(row, size + (size_before + beside));
+        before = e;
+        size_before = beside;
     }
-    // A step leaves the square of its change over the gap as the error of an energy, and of a
-    // vector the change over the gap.
-    const double small = 2.0 * kEpsilon * bounds.most;
-    bool has_settled = false;
-    for (int step = 0; step < kMaxSteps && !has_settled; ++step) {
-        const LaneValues change = ImproveEigenpairs(block, energy, room_.data(), vectors);
-        has_settled = true;
-        for (std::size_t k = 0; k < kPairLanes; ++k) {
-            energy[k] += change[k];
-            const double settled = std::max(small, kSettled * group.gap[k]);
-            has_settled = has_settled && std::fabs(change[k]) <= settled;
-        }
-    }
-    for (std::size_t k = 0; k < static_cast<std::size_t>(group.num); ++k) {
-        levels().energy[Levels::Index(of_J().J, group.level[k].rank)] = energy[k];
-    }
-    return has_settled;
+    StoreVec(run.diagonal, diagonal);
+    StoreVec(run.row, row);
 }
 
-// Lists shifts on both sides of levels of a J and counts what lies below.
-void LevelFollower::CountAround(double distance) {
-    shifts_.clear();
-    for (const Open& open : open_) {
-        shifts_.insert(shifts_.end(), {open.energy - distance, open.energy + distance});
-    }
-    counts_.resize(shifts_.size());
-    CountEigenvalues(matrices_, shifts_, counts_);
+KIV_KERNEL(RunLayOut, LayOutRun)
+
+}  // namespace
+
+Status LevelFollower::Fit(const Memory& memory, int max_J) {
+    const std::int64_t lanes = OperatorBands::Stride(max_J);
+    const bool has_room = d_.Fit(memory, lanes) && e_.Fit(memory, lanes) &&
+                          e2_.Fit(memory, lanes) && values_.Fit(memory, kValuesTogether * lanes) &&
+                          room_.Fit(memory, 4 * lanes);
+    return has_room ? Status() : NoMemory(array_name::kBlocks);
 }
 
-// Keeps the levels that do not lie where their labels say, as they were counted last.
-void LevelFollower::KeepMisplaced() {
-    std::size_t left = 0;
-    for (std::size_t i = 0; i < open_.size(); ++i) {
-        const Open& open = open_[i];
-        if (!AreEqual(counts_[2 * i], open.before) || !AreEqual(counts_[2 * i + 1], open.above)) {
-            open_[left++] = open;
+// A number that stands for rows of no block.
+double LevelFollower::AboveAll(const Bounds& bounds) { return std::max(kAbove * bounds.most, 1.0); }
+
+// Sets rows that no block has to `value`.
+void LevelFollower::FillUp(double value) {
+    for (int b = 0; b < kMaxBlocks; ++b) {
+        for (int i = b < of_J().blocks.num ? of_J().blocks.block[b].N : 0; i < matrices_.n; ++i) {
+            d_[static_cast<std::size_t>(kPairLanes * i + b)] = value;
         }
     }
-    open_.resize(left);
 }
 
-// True when every level has its place in its own block, and in every other block as many levels lie
-// below it as their labels say. Levels that tie with it may lie on either side, but none where it
-// is not certain whether they tie, unless it lies on the side where its label puts it.
-bool LevelFollower::AreThemselves(const Bounds& bounds) {
-    open_.clear();
+// A sum of the operators of a J and bounds of its eigenvalues: no element of the diagonal is larger
+// than the largest of them, no sum of the sizes of a row less.
+LevelFollower::Bounds LevelFollower::LayOut(const OperatorBands::Coefficients& coefficients) {
+    matrices_ = {OperatorBands::Rows(of_J().J), d_.data(), e_.data()};
+    task_.operators->Sum(coefficients, task_.place, of_J().J, d_.data(), e_.data());
+    FillUp(0.0);
+    LaneValues diagonal, row;
+    RunLayOut({&matrices_, e2_.data(), diagonal.data(), row.data()});
+    const Bounds bounds{*std::max_element(diagonal.begin(), diagonal.end()),
+                        *std::max_element(row.begin(), row.end())};
+    FillUp(AboveAll(bounds));
+    return bounds;
+}
+
+void LevelFollower::FindValues(std::span<const FollowTask> tasks) {
+    const int n = OperatorBands::Rows(tasks.back().of_J->J);
+    const auto size = static_cast<std::size_t>(kPairLanes * n);
+    std::array<LaneMatrices, kValuesTogether> sets;
+    for (std::size_t i = 0; i < tasks.size(); ++i) {
+        task_ = tasks[i];
+        const Bounds bounds = LayOut(*task_.coefficients);
+        const auto own = static_cast<std::size_t>(kPairLanes * matrices_.n);
+        sets[i] = {n, values_.data() + i * size, room_.data() + i * size};
+        std::fill_n(std::copy_n(d_.data(), own, sets[i].d), size - own, AboveAll(bounds));
+        std::fill_n(std::copy_n(e2_.data(), own, sets[i].e2), size - own, 0.0);
+        of_J().values = sets[i].d;
+    }
+    TridiagonalValues({sets.data(), tasks.size()});
+    for (const FollowTask& task : tasks) SortLanes(task.of_J->blocks, task.of_J->values);
+}
+
+// The eigenvalues of the levels of a group, and the gaps to those beside them.
+void LevelFollower::TakeValues(ChosenGroup& group, EigenpairSet& set) const {
+    for (std::size_t b = 0; b < kPairLanes; ++b) {
+        const ChosenLevel& level = group.level[b];
+        if (level.rank < 0) continue;
+        const double* const value = of_J().values + kPairLanes * level.before[b] + b;
+        set.value[b] = *value;
+        double& gap = group.gap[b];
+        gap = std::numeric_limits<double>::max();
+        if (level.before[b] > 0) gap = value[0] - value[-kPairLanes];
+        if (level.before[b] + 1 < of_J().blocks.block[b].N) {
+            gap = std::min(gap, value[kPairLanes] - value[0]);
+        }
+    }
+}
+
+// True when every level of the group is where it should be. A step leaves the square of its change
+// over the gap as the error of an energy, and of a vector the change over the gap.
+bool LevelFollower::HasSettled(const ChosenGroup& group, const EigenpairSet& set,
+                               const Bounds& bounds) {
+    for (std::size_t b = 0; b < kPairLanes; ++b) {
+        const ChosenLevel& level = group.level[b];
+        if (level.rank < 0) continue;
+        const double most = std::max(2.0 * kEpsilon * bounds.most, kSettled * group.gap[b]);
+        if (!(std::fabs(set.change[b]) <= most) || set.below[b] != level.before[b]) return false;
+    }
+    return true;
+}
+
+// False when some level does not settle, or does as another one of its block.
+bool LevelFollower::Improve(const Bounds& bounds) {
+    sets_.clear();
     for (const ChosenGroup& group : task_.groups) {
-        for (int k = 0; k < group.num; ++k) {
-            const ChosenLevel& level = group.level[static_cast<std::size_t>(k)];
-            LaneCounts above = level.before;
-            ++above[static_cast<std::size_t>(group.block)];
-            open_.push_back({levels().energy[Levels::Index(of_J().J, level.rank)],
-                             level.before,
-                             above,
-                             {},
-                             {}});
+        sets_.emplace_back().z = task_.vectors + group.vectors;
+    }
+    if (of_J().start == ChosenStart::Vectors) {
+        SetRayleighQuotients(matrices_, sets_);
+    } else {
+        for (std::size_t i = 0; i < sets_.size(); ++i) TakeValues(task_.groups[i], sets_[i]);
+    }
+    ImproveEigenpairs(matrices_, sets_, room_.data());
+    for (std::size_t i = 0; i < sets_.size(); ++i) {
+        ChosenGroup& group = task_.groups[i];
+        EigenpairSet& set = sets_[i];
+        for (int step = 1; !HasSettled(group, set, bounds); ++step) {
+            if (step == kMaxSteps) return false;
+            ImproveEigenpairs(matrices_, {&set, 1}, room_.data());
+        }
+        group.energy = set.value;
+    }
+    return true;
+}
+
+void LevelFollower::FillEnergies(const ChosenGroup& group, const LaneValues& energy) {
+    for (std::size_t b = 0; b < kPairLanes; ++b) {
+        const int rank = group.level[b].rank;
+        if (rank >= 0) levels().energy[Levels::Index(of_J().J, rank)] = energy[b];
+    }
+}
+
+void LevelFollower::CountBelowShifts() {
+    counts_.resize(shifts_.size());
+    CountEigenvalues({matrices_.n, d_.data(), e2_.data()}, shifts_, counts_);
+}
+
+// True when in some block more levels lie below than a label says (side < 0), or fewer (side > 0).
+// Whether the level is counted in its own block is a matter of rounding.
+bool LevelFollower::IsOff(const LaneCounts& count, const Ranked& level, int side) {
+    bool is_off = false;
+    for (std::size_t b = 0; b < kMaxBlocks; ++b) {
+        is_off = is_off || (side < 0 ? count[b] > level.above[b] : count[b] < level.before[b]);
+    }
+    return is_off;
+}
+
+// Below a level, which has its place in its own block, as many levels of every other block must lie
+// as its label says. Levels that certainly tie with it may lie on either side.
+bool LevelFollower::HaveTheirRanks(const FollowTask& task) {
+    task_ = task;
+    const Bounds bounds = LayOut(*task_.coefficients);
+    ranked_.clear();
+    shifts_.clear();
+    for (const ChosenGroup& group : task_.groups) {
+        for (std::size_t b = 0; b < kPairLanes; ++b) {
+            const ChosenLevel& level = group.level[b];
+            if (level.rank < 0) continue;
+            shifts_.push_back(levels().energy[Levels::Index(of_J().J, level.rank)]);
+            ranked_.push_back({level.before, level.before});
+            ++ranked_.back().above[b];
         }
     }
-    CountAround((1.0 + kTieMargin) * kLevelTie * bounds.most);
-    for (std::size_t i = 0; i < open_.size(); ++i) {
-        open_[i].below = counts_[2 * i];
-        open_[i].not_above = counts_[2 * i + 1];
-    }
-    KeepMisplaced();
-    for (const Open& open : open_) {
-        for (std::size_t b = 0; b < kMaxBlocks; ++b) {
-            if (open.below[b] > open.before[b] || open.not_above[b] < open.above[b]) return false;
-            const bool is_alone =
-                open.below[b] == open.before[b] && open.not_above[b] == open.above[b];
-            if (open.above[b] != open.before[b] && !is_alone) return false;
+    CountBelowShifts();
+    of_J().tie = kLevelTie * bounds.least;
+    const double tie = std::max((1.0 - kTieMargin) * of_J().tie, kSide * bounds.most);
+    misplaced_.clear();
+    tied_.clear();
+    for (std::size_t i = 0; i < ranked_.size(); ++i) {
+        for (const int side : {-1, 1}) {
+            if (!IsOff(counts_[i], ranked_[i], side)) continue;
+            misplaced_.push_back({i, side});
+            tied_.push_back(shifts_[i] + side * tie);
         }
     }
-    CountAround(kSide * bounds.most);
-    KeepMisplaced();
-    CountAround((1.0 - kTieMargin) * kLevelTie * bounds.least);
-    for (std::size_t i = 0; i < open_.size(); ++i) {
-        if (!AreEqual(counts_[2 * i], open_[i].below) ||
-            !AreEqual(counts_[2 * i + 1], open_[i].not_above)) {
-            return false;
-        }
+    shifts_.swap(tied_);
+    CountBelowShifts();
+    for (std::size_t i = 0; i < misplaced_.size(); ++i) {
+        if (IsOff(counts_[i], ranked_[misplaced_[i].level], misplaced_[i].side)) return false;
     }
     return true;
 }
 
 void LevelFollower::FillLabels() {
     for (const ChosenGroup& group : task_.groups) {
-        for (int k = 0; k < group.num; ++k) {
-            const int rank = group.level[static_cast<std::size_t>(k)].rank;
+        for (std::size_t b = 0; b < kPairLanes; ++b) {
+            const int rank = group.level[b].rank;
+            if (rank < 0) continue;
             const std::size_t level = Levels::Index(of_J().J, rank);
             levels().ka[level] = static_cast<std::int16_t>(KaOfRank(rank));
             levels().kc[level] = static_cast<std::int16_t>(KcOfRank(of_J().J, rank));
-            levels().odd[level] = of_J().blocks.block[group.block].odd;
+            levels().odd[level] = of_J().blocks.block[b].odd;
         }
     }
 }
@@ -219,34 +248,50 @@ void LevelFollower::FillLabels() {
 void LevelFollower::Derive(const FollowTask& task) {
     task_ = task;
     const OperatorBands& operators = *task_.operators;
+    lanes_.clear();
     for (const ChosenGroup& group : task_.groups) {
-        VectorLanes lanes{of_J().J,
-                          of_J().blocks.block[group.block].N,
-                          task_.vectors + group.vectors,
-                          group.num,
-                          {}};
-        for (std::size_t k = 0; k < kPairLanes; ++k) {
-            lanes.level[k] = Levels::Index(of_J().J, group.level[k].rank);
+        VectorLanes& lanes = lanes_.emplace_back();
+        lanes.z = task_.vectors + group.vectors;
+        for (std::size_t b = 0; b < kPairLanes; ++b) {
+            const int rank = group.level[b].rank;
+            lanes.level[b] = rank < 0 ? VectorLanes::kNone : Levels::Index(of_J().J, rank);
         }
-        FillDerivatives(*task_.H, lanes, operators.ops(),
-                        operators.of(task_.place) + FirstRow(of_J().blocks, group.block),
-                        room_.data(), levels());
     }
+    FillDerivatives(*task_.H, lanes_, of_J().J, operators.ops(), operators.of(task_.place),
+                    room_.data(), levels());
 }
 
 bool LevelFollower::Follow(const FollowTask& task) {
+    if (task.of_J->start == ChosenStart::Whole) return false;
     task_ = task;
-    if (of_J().start == ChosenStart::Whole) return false;
-    task_.operators->Sum(*task_.H, task_.place, of_J().J, d_.data(), e_.data());
-    const Bounds bounds = LayOut();
-    if (of_J().start == ChosenStart::Values) SetValues();
-    for (ChosenGroup& group : task_.groups) {
-        if (!Improve(group, bounds)) return false;
-    }
-    if (!AreThemselves(bounds)) return false;
+    if (!Improve(LayOut(*task_.coefficients))) return false;
+    for (const ChosenGroup& group : task_.groups) FillEnergies(group, group.energy);
     of_J().start = ChosenStart::Vectors;
     FillLabels();
     Derive(task);
+    return true;
+}
+
+// To first order in the change, of which no eigenvalue is larger than the bound: a vector changes
+// by the bound over its gap, an energy by the square of the bound over the gap more.
+bool LevelFollower::Shift(const FollowTask& task, const OperatorBands::Coefficients& change) {
+    task_ = task;
+    if (of_J().start != ChosenStart::Vectors) return false;
+    const double most = LayOut(change).most;
+    sets_.clear();
+    for (const ChosenGroup& group : task_.groups) {
+        for (std::size_t b = 0; b < kPairLanes; ++b) {
+            if (group.level[b].rank >= 0 && !(most <= kHardly * group.gap[b])) return false;
+        }
+        sets_.emplace_back().z = task_.vectors + group.vectors;
+    }
+    SetRayleighQuotients(matrices_, sets_);
+    for (std::size_t i = 0; i < sets_.size(); ++i) {
+        LaneValues energy = task_.groups[i].energy;
+        for (std::size_t b = 0; b < kPairLanes; ++b) energy[b] += sets_[i].value[b];
+        FillEnergies(task_.groups[i], energy);
+    }
+    of_J().has_ranks = of_J().vectors_have_ranks && most <= kTieMargin / 2.0 * of_J().tie;
     return true;
 }
 

@@ -18,7 +18,7 @@ bool TakeAll(const Memory& memory, std::int64_t num, std::initializer_list<Array
 
 }  // namespace
 
-ScratchSize SizeFor(const Hamiltonian& H) {
+ScratchSize SizeFor(const Hamiltonian& H, bool has_derivatives) {
     PerConstant<bool> acts{};
     int num_ops = kRigidOps, most_dk = 2;
     for (const HamTerm& term : HamTerms()) {
@@ -27,7 +27,7 @@ ScratchSize SizeFor(const Hamiltonian& H) {
         acts[term.constant] = true;
         most_dk = std::max(most_dk, term.dk);
     }
-    return {num_ops, most_dk + 1};
+    return {num_ops, most_dk + 1, has_derivatives};
 }
 
 Status BlockScratch::Fit(const Memory& memory, int max_J, bool is_complex,
@@ -36,9 +36,11 @@ Status BlockScratch::Fit(const Memory& memory, int max_J, bool is_complex,
     const auto has_room = [n](const Array<double>& array) {
         return array.size() >= static_cast<std::size_t>(n);
     };
-    const bool has_ops = room.num_ops >= size.num_ops && room.num_offsets >= size.num_offsets;
+    const bool has_ops = room.num_ops >= size.num_ops && room.num_offsets >= size.num_offsets &&
+                         room.has_derivatives >= size.has_derivatives;
     if (has_ops && has_room(subdiagonal) && (!is_complex || has_room(subdiagonal2))) return {};
-    room = {std::max(room.num_ops, size.num_ops), std::max(room.num_offsets, size.num_offsets)};
+    room = {std::max(room.num_ops, size.num_ops), std::max(room.num_offsets, size.num_offsets),
+            room.has_derivatives || size.has_derivatives};
     n = std::max(n, static_cast<std::int64_t>(subdiagonal.size()));
     const std::int64_t offsets = room.num_offsets;
     subdiagonal
@@ -46,8 +48,9 @@ Status BlockScratch::Fit(const Memory& memory, int max_J, bool is_complex,
     subdiagonal2.Clear();
     if (!roots.Take(memory, n * offsets) || !factors.Take(memory, n) ||
         !bands.Take(memory, n * offsets * (room.num_ops + 2) + kVecStep) ||
-        !energies.Take(memory, n) || !products.Take(memory, 8 * offsets * (n + kVecStep)) ||
-        !sums.Take(memory, n * offsets * room.num_ops) || !rank_place.Take(memory, n)) {
+        !energies.Take(memory, n) || !rank_place.Take(memory, n) ||
+        (room.has_derivatives && (!products.Take(memory, 8 * offsets * (n + kVecStep)) ||
+                                  !sums.Take(memory, n * offsets * room.num_ops)))) {
         return NoMemory(is_complex ? array_name::kComplexBlocks : array_name::kBlocks);
     }
     if (!is_complex) {

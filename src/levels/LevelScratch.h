@@ -32,14 +32,15 @@ inline constexpr int kDifference = 1;
 inline constexpr int kRigidOps = 2;
 inline constexpr int kMaxOps = kRigidOps + kNumConstants;
 
-/// How many operators a solution has, and how far they reach.
+/// How many operators a solution has, how far they reach, and whether levels get derivatives.
 struct ScratchSize {
     int num_ops = kMaxOps;
     int num_offsets = kNumOffsets;
+    bool has_derivatives = true;
 };
 
 /// What `H` needs.
-ScratchSize SizeFor(const Hamiltonian& H);
+ScratchSize SizeFor(const Hamiltonian& H, bool has_derivatives = true);
 
 /// The scratch of one J.
 struct BlockScratch {
@@ -47,8 +48,8 @@ struct BlockScratch {
     Array<double> factors;           // of a term: <K+d|Op|K> at K = i - J, without the constant
     Array<double> bands;             // storage of all bands
     Array<double> energies;          // of the blocks, block after block
-    Array<double> products;          // of vector components, a few levels at a time
-    Array<double> sums;              // of the products with the bands, level by level
+    Array<double> products;          // for derivatives: of vector components, a few levels at once
+    Array<double> sums;              // for derivatives: of the products with the bands, by level
     Array<std::int32_t> rank_place;  // place of the level of each energy rank among all
     Array<double> subdiagonal;
     Array<double> subdiagonal2;  // complex Hamiltonians only, as all that follow
@@ -60,7 +61,7 @@ struct BlockScratch {
     HamOp ham[2];                // the matrix itself, real and imaginary part
     HamOp op[kMaxOps];
     int num_ops = 0;
-    ScratchSize room{0, 0};
+    ScratchSize room{0, 0, false};
 
     std::size_t stride() const { return factors.size(); }
 

@@ -38,19 +38,19 @@ double* AlignVec(double* numbers) {
     return numbers + (kAlign - past) % kAlign / sizeof(double);
 }
 
-double* VecStart(Array<double>& vectors, int J) {
-    return AlignVec(vectors.data() + kVecStep) + VecOffset(J);
+double* VecStart(const Levels& levels, Array<double>& part, int J) {
+    return AlignVec(part.data() + kVecStep) + VecOffset(J, levels.placed_by);
 }
 
-const double* VecStart(const Array<double>& vectors, int J) {
-    return AlignVec(const_cast<double*>(vectors.data()) + kVecStep) + VecOffset(J);
+const double* VecStart(const Levels& levels, const Array<double>& part, int J) {
+    return AlignVec(const_cast<double*>(part.data()) + kVecStep) + VecOffset(J, levels.placed_by);
 }
 
-void ClearRest(const LevelBlocks& blocks, int J, Array<double>& vectors) {
+void ClearRest(const Levels& levels, const LevelBlocks& blocks, int J, Array<double>& part) {
     const int last = blocks.num - 1, N = blocks.block[last].N;
     const std::int64_t used = blocks.vec[last] + std::int64_t{N} * VecLd(N);
-    const std::int64_t room = VecOffset(J + 1) - VecOffset(J);
-    double* const start = VecStart(vectors, J);
+    const std::int64_t room = VecOffset(J + 1, levels.placed_by) - VecOffset(J, levels.placed_by);
+    double* const start = VecStart(levels, part, J);
     std::fill_n(start + used, kVecStep, 0.0);
     std::fill_n(start + room - kVecStep, kVecStep, 0.0);
 }
@@ -60,7 +60,7 @@ void ExpandVectors(const Levels& levels, int J, const Array<double>& part, doubl
     const LevelBlocks blocks = BlocksOf(levels.kept, J);
     const std::uint8_t* odd = &levels.odd[Levels::Index(J, 0)];
     const double* next[kMaxBlocks] = {};
-    for (int b = 0; b < blocks.num; ++b) next[b] = VecStart(part, J) + blocks.vec[b];
+    for (int b = 0; b < blocks.num; ++b) next[b] = VecStart(levels, part, J) + blocks.vec[b];
     std::fill_n(out, static_cast<std::size_t>(n) * n, 0.0);
     for (int r = 0; r < n; ++r) {
         int b = 0;

@@ -37,22 +37,26 @@ int ListOps(const Hamiltonian& H, std::vector<BandedOp>& ops) {
     return num;
 }
 
-// Adds a term to its operator in a block. Functions of K and -K are folded there: |J,0> couples to
-// its neighbour by sqrt(2) of an element, |J,1> and |J,-1> to each other, which is a part of the
-// diagonal. Operators that keep all rotations have the same elements from K to K + 2 as from -K - 2
-// to -K.
+static_assert(kPairLanes == kMaxBlocks, "the blocks of a J go side by side");
+
+// Adds a term to its operator in a block, row m at kPairLanes * m. Functions of K and -K are folded
+// there: |J,0> couples to its neighbour by sqrt(2) of an element, |J,1> and |J,-1> to each other,
+// which is a part of the diagonal. Operators that keep all rotations have the same elements from K
+// to K + 2 as from -K - 2 to -K.
 void AddTerm(const HamTerm& term, int J, const SymBlock& block, const double* root,
              double* diagonal, double* beside) {
     const double X = double(J) * (J + 1);
     if (term.dk == 0) {
-        for (int m = 0; m < block.N; ++m) diagonal[m] += term.factor(X, block.K(m));
+        for (int m = 0; m < block.N; ++m) {
+            diagonal[std::ptrdiff_t{kPairLanes} * m] += term.factor(X, block.K(m));
+        }
         return;
     }
     if (block.K0 == 1) diagonal[0] += block.fold_sign * (term.factor(X, -1) * root[1]);
     for (int m = 0; m + 1 < block.N; ++m) {
         const int K = block.K(m);
         const double element = term.factor(X, K) * root[K + 2];
-        beside[m] += K == 0 ? kSqrt2 * element : element;
+        beside[std::ptrdiff_t{kPairLanes} * m] += K == 0 ? kSqrt2 * element : element;
     }
 }
 
@@ -94,10 +98,11 @@ bool OperatorBands::CanHold(const Hamiltonian& H) {
     });
 }
 
-Status OperatorBands::Build(const Hamiltonian& H, std::span<const int> J, const Memory& memory) {
+Result<bool> OperatorBands::Build(const Hamiltonian& H, std::span<const int> J,
+                                  const Memory& memory) {
     std::vector<BandedOp> ops;
     const int num_bands = ListOps(H, ops);
-    if (ops == ops_ && first_.size() == J.size()) return {};
+    if (ops == ops_ && first_.size() == J.size()) return false;
     ops_.clear();
     std::vector<std::ptrdiff_t> first;
     std::ptrdiff_t size = 0;
@@ -105,7 +110,9 @@ Status OperatorBands::Build(const Hamiltonian& H, std::span<const int> J, const 
         first.push_back(size);
         size += num_bands * Stride(of);
     }
-    if (!bands_.Take(memory, size)) return NoMemory(array_name::kBlocks);
+    if (!bands_.TakeUnset(memory, size)) return NoMemory(array_name::kBlocks);
+    // Cleared memory would be read before it is written, which takes two page faults a page.
+    std::fill(bands_.begin(), bands_.end(), 0.0);
     std::vector<std::pair<const HamTerm*, const BandedOp*>> terms{
         {&kRigidTerms[0], &ops[kPz2]}, {&kRigidTerms[1], &ops[kDifference]}};
     const BandedOp* op = &ops[kRigidOps - 1];
@@ -121,42 +128,47 @@ Status OperatorBands::Build(const Hamiltonian& H, std::span<const int> J, const 
             root.push_back(K < -J[i] ? 0.0 : LadderRoot(J[i], K, 2));
         const LevelBlocks blocks = BlocksOf(kAllC2, J[i]);
         const std::ptrdiff_t stride = Stride(J[i]);
-        double* of_block = bands_.data() + first[i];
         for (int b = 0; b < blocks.num; ++b) {
-            const SymBlock& block = blocks.block[b];
+            double* const lane = bands_.data() + first[i] + b;
             for (const auto& [term, of] : terms) {
-                AddTerm(*term, J[i], block, root.data(), of_block + of->diagonal * stride,
-                        of->beside < 0 ? nullptr : of_block + of->beside * stride);
+                AddTerm(*term, J[i], blocks.block[b], root.data(), lane + of->diagonal * stride,
+                        of->beside < 0 ? nullptr : lane + of->beside * stride);
             }
-            of_block += block.N;
         }
     }
     ops_ = std::move(ops);
     first_ = std::move(first);
-    return {};
+    return true;
 }
 
-void OperatorBands::Sum(const Hamiltonian& H, std::size_t place, int J, double* d,
-                        double* e) const {
+OperatorBands::Coefficients OperatorBands::Of(const Hamiltonian& H) const {
     const double A = H.value(Constant::A), B = H.value(Constant::B), C = H.value(Constant::C);
-    const double P = (B + C) / 2;
+    Coefficients coefficients;
+    coefficients.of_square = (B + C) / 2;
+    for (std::size_t i = kRigidOps; i < ops_.size(); ++i) {
+        coefficients.of[i] = H.value(ops_[i].constant);
+    }
+    coefficients.of[kPz2] = A - coefficients.of_square;
+    coefficients.of[kDifference] = (B - C) / 2;
+    return coefficients;
+}
+
+void OperatorBands::Sum(const Coefficients& coefficients, std::size_t place, int J, double* d,
+                        double* e) const {
     std::array<const double*, kMostBands> diagonal, beside;
     std::array<double, kMostBands> of_diagonal, of_beside;
     std::size_t num_diagonal = 0, num_beside = 0;
     for (std::size_t i = 0; i < ops_.size(); ++i) {
         const BandedOp& op = ops_[i];
-        const double value = i == kPz2          ? A - P
-                             : i == kDifference ? (B - C) / 2
-                                                : H.value(op.constant);
         diagonal[num_diagonal] = of(place) + op.diagonal * Stride(J);
-        of_diagonal[num_diagonal++] = value;
+        of_diagonal[num_diagonal++] = coefficients.of[i];
         if (op.beside < 0) continue;
         beside[num_beside] = of(place) + op.beside * Stride(J);
-        of_beside[num_beside++] = value;
+        of_beside[num_beside++] = coefficients.of[i];
     }
     const double X = double(J) * (J + 1);
-    SumBands(
-        {X * P, static_cast<int>(num_diagonal), diagonal.data(), of_diagonal.data(), Stride(J), d});
+    SumBands({X * coefficients.of_square, static_cast<int>(num_diagonal), diagonal.data(),
+              of_diagonal.data(), Stride(J), d});
     SumBands({0.0, static_cast<int>(num_beside), beside.data(), of_beside.data(), Stride(J), e});
 }
 

@@ -1,7 +1,8 @@
 // The operators of tridiagonal blocks, kept from one solution to the next: the constants change,
-// the operators do not.
+// the operators do not. The blocks of a J lie side by side in the lanes of linalg/Eigenpair.h.
 #pragma once
 
+#include <array>
 #include <span>
 #include <vector>
 
@@ -27,19 +28,29 @@ class OperatorBands {
     /// True when the blocks of the Hamiltonian are tridiagonal.
     static bool CanHold(const Hamiltonian& H);
 
-    /// Builds the operators of `H` in the blocks of each J, unless they are there. NoMemory.
-    Status Build(const Hamiltonian& H, std::span<const int> J, const Memory& memory);
+    /// Builds the operators of `H` in the blocks of each J, unless they are there. True when they
+    /// were not. NoMemory.
+    Result<bool> Build(const Hamiltonian& H, std::span<const int> J, const Memory& memory);
 
     std::span<const BandedOp> ops() const { return ops_; }
 
-    /// The bands of a J, by its place in the list: element q of band b, which counts through all
-    /// blocks, at b * Stride(J) + q.
-    const double* of(std::size_t place) const { return bands_.data() + first_[place]; }
-    static std::ptrdiff_t Stride(int J) { return VecLd(2 * J + 1); }
+    /// What a Hamiltonian multiplies P^2 and the operators by.
+    struct Coefficients {
+        double of_square = 0.0;
+        std::array<double, kMaxOps> of{};
+    };
+    Coefficients Of(const Hamiltonian& H) const;
 
-    /// The diagonal of the Hamiltonian through all blocks, and the elements beside it; Stride(J)
-    /// numbers each.
-    void Sum(const Hamiltonian& H, std::size_t place, int J, double* d, double* e) const;
+    /// The bands of a J, by its place in the list: row m of band b, of all blocks, from
+    /// b * Stride(J) + kPairLanes * m on. Rows that a block does not have are 0.
+    const double* of(std::size_t place) const { return bands_.data() + first_[place]; }
+    static int Rows(int J) { return J / 2 + 1; }
+    static std::ptrdiff_t Stride(int J) { return VecLd(kPairLanes * Rows(J)); }
+
+    /// The diagonals of a sum of the operators in all blocks, and the elements beside them;
+    /// Stride(J) numbers each. Rows that a block does not have mean nothing in d and are 0 in e.
+    void Sum(const Coefficients& coefficients, std::size_t place, int J, double* d,
+             double* e) const;
 
   private:
     std::vector<BandedOp> ops_;

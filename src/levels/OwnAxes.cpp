@@ -244,9 +244,9 @@ void OwnAxes::PutVector(int J, int place, const SymBlock& from, const SymBlock& 
 // Writes the vectors in the place of those of the own axes, and the characters.
 void OwnAxes::PutVectors(int J, BlockScratch& s, Levels& levels) {
     const LevelBlocks own = s.blocks, blocks = BlocksOf(kept_, J);
-    double* const re = VecStart(levels.vectors_real, J);
-    double* const im = H_.is_complex ? VecStart(levels.vectors_imag, J) : nullptr;
-    const std::int64_t room = VecOffset(J + 1) - VecOffset(J);
+    double* const re = VecStart(levels, levels.vectors_real, J);
+    double* const im = H_.is_complex ? VecStart(levels, levels.vectors_imag, J) : nullptr;
+    const std::int64_t room = VecOffset(J + 1, levels.placed_by) - VecOffset(J, levels.placed_by);
     std::fill_n(re, room, 0.0);
     if (im) std::fill_n(im, room, 0.0);
     int next[kMaxBlocks] = {}, first[kMaxBlocks] = {};
@@ -275,8 +275,8 @@ void OwnAxes::TurnDerivatives(int J, BlockScratch& s, Levels& levels) {
         std::copy_n(derivatives + r * width, 3, &records_[3 * r]);
     }
     BuildBlocks(H_, kept_, J, s);
-    FillDerivatives(H_, J, VecStart(levels.vectors_real, J),
-                    H_.is_complex ? VecStart(levels.vectors_imag, J) : nullptr, s, levels);
+    FillDerivatives(H_, J, VecStart(levels, levels.vectors_real, J),
+                    H_.is_complex ? VecStart(levels, levels.vectors_imag, J) : nullptr, s, levels);
     const auto& made = H_.state->from_turn.values;
     const bool makes_none = std::find(made.begin(), made.end(), true) == made.end();
     if (H_.exchanges_axes && makes_none) return;
@@ -288,7 +288,7 @@ void OwnAxes::TurnDerivatives(int J, BlockScratch& s, Levels& levels) {
 void OwnAxes::TurnLevels(int J, BlockScratch& s, Levels& levels) {
     matrix_.Load(J);
     FillColumns(J);
-    const double* const vectors = VecStart(levels.vectors_real, J);
+    const double* const vectors = VecStart(levels, levels.vectors_real, J);
     for (int b = 0; b < s.blocks.num; ++b) {
         TurnBlock(J, s.blocks.block[b], s.first[b], vectors + s.blocks.vec[b]);
     }

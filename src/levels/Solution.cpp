@@ -39,12 +39,13 @@ Status TakeLevels(const Memory& memory, int max_J, Levels& to, std::int64_t& lev
 // From the solved blocks of J to its levels.
 void FinishJ(const Hamiltonian& H, int J, BlockScratch& scratch, Levels& levels) {
     if (levels.vectors_real.is_null()) return RankLevels(H, J, scratch, levels);
-    ClearRest(scratch.blocks, J, levels.vectors_real);
-    if (H.is_complex) ClearRest(scratch.blocks, J, levels.vectors_imag);
+    ClearRest(levels, scratch.blocks, J, levels.vectors_real);
+    if (H.is_complex) ClearRest(levels, scratch.blocks, J, levels.vectors_imag);
     RankLevels(H, J, scratch, levels);
     if (levels.num_derivatives == 0) return;
-    FillDerivatives(H, J, VecStart(levels.vectors_real, J),
-                    H.is_complex ? VecStart(levels.vectors_imag, J) : nullptr, scratch, levels);
+    FillDerivatives(H, J, VecStart(levels, levels.vectors_real, J),
+                    H.is_complex ? VecStart(levels, levels.vectors_imag, J) : nullptr, scratch,
+                    levels);
 }
 
 bool WantsAny(const LevelTask& task, int first, int last) {
@@ -109,7 +110,8 @@ void Solver::SolveFrom(int first, LevelScratch& scratch, Trace* trace) {
     } else {
         VectorsOfJ wanted[kTogether];
         for (int J = first; J <= last; ++J) {
-            wanted[J - first] = {J, has_vectors ? VecStart(levels_.vectors_real, J) : nullptr};
+            wanted[J - first] = {
+                J, has_vectors ? VecStart(levels_, levels_.vectors_real, J) : nullptr};
         }
         SolveReal(H_, {wanted, static_cast<std::size_t>(last - first + 1)}, scratch);
     }
@@ -124,10 +126,11 @@ void Solver::SolveFrom(int first, LevelScratch& scratch, Trace* trace) {
 }
 
 // Without vectors a matrix that is not tridiagonal is reduced in the scratch.
-Status FitScratch(const LevelTask& task, const OwnAxes* own_axes, bool has_vectors,
+Status FitScratch(const LevelTask& task, const OwnAxes* own_axes, const Levels& levels,
                   Workspace& work) {
     auto& scratch = work.Part<SolutionScratch>(Workspace::Slot::Levels);
-    const ScratchSize size = own_axes ? ScratchSize() : SizeFor(task.H);
+    const bool has_vectors = !levels.vectors_real.is_null();
+    const ScratchSize size = own_axes ? ScratchSize() : SizeFor(task.H, levels.num_derivatives > 0);
     KIV_TRY(scratch.blocks.Fit(work.memory(), task.max_J, task.H.is_complex && !own_axes, size));
     const int n = 2 * task.max_J + 1;
     for (BlockScratch& of_J : scratch.blocks.of_J) {
@@ -139,10 +142,10 @@ Status FitScratch(const LevelTask& task, const OwnAxes* own_axes, bool has_vecto
 }
 
 // Scratch for the other threads; false without memory for it.
-bool FitThreads(const LevelTask& task, bool has_vectors, Workspace& work) {
+bool FitThreads(const LevelTask& task, const Levels& levels, Workspace& work) {
     work.PrepareThreads();
     for (int thread = 1; thread < work.threads().num(); ++thread) {
-        if (!FitScratch(task, nullptr, has_vectors, work.OfThread(thread))) return false;
+        if (!FitScratch(task, nullptr, levels, work.OfThread(thread))) return false;
     }
     return true;
 }
@@ -233,10 +236,8 @@ Status Solve(const LevelTask& task, Workspace& work, Report& report, Levels& lev
     OwnAxes* const own_axes = IsSolvedInOwnAxes(task.H) ? &scratch.own_axes : nullptr;
     if (trace) trace->Enter(Step::SolveLevels, task.index);
     if (trace) trace->Enter(Step::LevelScratch, task.index);
-    const bool has_vectors = !levels.vectors_real.is_null();
-    KIV_TRY(FitScratch(task, own_axes, has_vectors, work));
-    const bool shared =
-        IsShared(task, own_axes, work, report) && FitThreads(task, has_vectors, work);
+    KIV_TRY(FitScratch(task, own_axes, levels, work));
+    const bool shared = IsShared(task, own_axes, work, report) && FitThreads(task, levels, work);
     if (own_axes) {
         KIV_TRY(own_axes->Fit(work.memory(), task.max_J));
         own_axes->Begin(task.H, task.max_J);
@@ -245,6 +246,7 @@ Status Solve(const LevelTask& task, Workspace& work, Report& report, Levels& lev
     ListDerivatives(*task.H.state, levels);
     const Hamiltonian H = own_axes ? own_axes->own() : task.H;
     SetSymmetry(H, levels);
+    levels.placed_by = own_axes ? 0 : levels.kept;  // which a turn changes
     Solver solver(task, H, own_axes, levels);
     KIV_TRY(shared ? solver.Shared(work, report) : solver.Alone(scratch.blocks, report));
     if (trace) trace->Leave(Step::SolveLevels, task.index);

@@ -48,6 +48,7 @@ std::size_t RoundedUp(std::size_t n) { return (n + kStep - 1) / kStep * kStep; }
 }  // namespace
 
 bool QrFactors::Take(const Memory& memory, std::size_t rows, std::size_t columns) {
+    if (!a_.is_null() && rows == rows_ && columns == columns_) return true;
     rows_ = rows;
     columns_ = columns;
     stride_ = RoundedUp(rows) + kStep;

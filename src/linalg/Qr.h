@@ -11,7 +11,8 @@ namespace kiv {
 /// Source: G. H. Golub, C. F. Van Loan, Matrix Computations, section 5.2.
 class QrFactors {
   public:
-    /// Takes room for `rows` x `columns` zeros, rows >= columns; false when it is refused.
+    /// Takes room for `rows` x `columns` numbers, rows >= columns, all of which are to be set;
+    /// false when it is refused.
     [[nodiscard]] bool Take(const Memory& memory, std::size_t rows, std::size_t columns);
 
     /// A column of the matrix before Factorise.

@@ -19,7 +19,8 @@ Status ClassLevels::Begin(const Memory& memory, const Levels& levels, std::uint8
     J_ = -1;
     const std::int64_t n = 2 * std::int64_t{levels.max_J} + 1;
     if (!class_of_.Fit(memory, n) || !index_of_.Fit(memory, n) ||
-        !num_below_.Fit(memory, (n + 1) * kMaxBlocks)) {
+        !num_below_.Fit(memory, (n + 1) * kMaxBlocks) || !level_.Fit(memory, n + 2 * kVecStep) ||
+        !energy_.Fit(memory, n + 2 * kVecStep)) {
         return NoMemory(array_name::kClassLevels);
     }
     if (!finer_) return {};
@@ -39,13 +40,16 @@ void ClassLevels::Load(int J) {
     const Array<double>* const parts[2] = {&levels_->vectors_real, &levels_->vectors_imag};
     for (int part = 0; part < (levels_->is_complex ? 2 : 1); ++part) {
         if (finer_) Rewrite(*parts[part], rewritten_[part]);
-        start_[part] = finer_ ? rewritten_[part].data() + kVecStep : VecStart(*parts[part], J);
+        start_[part] =
+            finer_ ? rewritten_[part].data() + kVecStep : VecStart(*levels_, *parts[part], J);
     }
 }
 
 void ClassLevels::SortLevels() {
     const int n = 2 * J_ + 1;
-    const std::uint8_t* odd = &levels_->odd[Levels::Index(J_, 0)];
+    const std::size_t level_of_rank0 = Levels::Index(J_, 0);
+    const std::uint8_t* odd = &levels_->odd[level_of_rank0];
+    const double* energy = &levels_->energy[level_of_rank0];
     std::uint8_t class_of[kAllC2 + 1] = {};
     for (int c = 0; c < classes_.num; ++c) {
         class_of[classes_.block[c].odd] = static_cast<std::uint8_t>(c);
@@ -57,7 +61,10 @@ void ClassLevels::SortLevels() {
         const std::uint8_t c = class_of[odd[rank] & kept_];
         class_of_[rank] = c;
         index_of_[rank] = below[c]++;
+        level_[Place(rank)] = static_cast<std::int32_t>(level_of_rank0) + rank;
+        energy_[Place(rank)] = energy[rank];
     }
+    std::fill_n(&energy_[n], 2 * kVecStep, energy[0]);
     std::copy_n(below, kMaxBlocks, &num_below_[static_cast<std::size_t>(n) * kMaxBlocks]);
 }
 

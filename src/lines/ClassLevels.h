@@ -43,6 +43,11 @@ class ClassLevels {
         return num_below_[static_cast<std::size_t>(rank) * kMaxBlocks + c];
     }
 
+    /// Indices and energies of the levels of class c, in ascending energy; whole vectors can be
+    /// read behind the last one.
+    const std::int32_t* LevelsOf(int c) const { return level_.data() + First(c); }
+    const double* EnergiesOf(int c) const { return energy_.data() + First(c); }
+
     /// Components of level j of class c, filled up with zeros to VecLd of the class; one number
     /// before and a vector behind them can be read. The imaginary part of complex levels only.
     const double* Real(int c, int j) const { return Vector(start_[0], c, j); }
@@ -64,6 +69,8 @@ class ClassLevels {
     const double* start_[2] = {};
     Array<std::uint8_t> class_of_;
     Array<std::int32_t> index_of_, num_below_;
+    Array<std::int32_t> level_;   // class by class
+    Array<double> energy_;        // the same
     Array<double> full_;          // one part over |J,K>
     Array<double> rewritten_[2];  // vectors of one J, real and imaginary part
 };

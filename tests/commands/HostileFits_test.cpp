@@ -36,7 +36,7 @@ class HostileFits : public CommandTest {
 constexpr int kFrequency = 6, kUncertainty = 7;  // columns
 
 constexpr Hostile kHostile[] = {
-    {"all rejected by uncertainties", 4, "4 were rejected",
+    {"all rejected by uncertainties", 4, "were rejected",
      [](std::string& input, std::vector<std::string>& lines) {
          input += "reject = 1e-9\nweights = \"uncertainties\"\n";
          for (std::string& line : lines) HostileFits::SetField(line, kUncertainty, "1e-9");

@@ -41,12 +41,12 @@ FitList PartOfFit(int first, int last) {
 // Laid out by hand in tests/data/console/listings.txt.
 TEST_F(Log, ListingsAreLaidOutInTheirColumns) {
     ASSERT_TRUE(levels_.Reserve(Memory(), 4, false, 0));
-    levels_.energy[0] = VecStart(levels_.vectors_real, 0)[0] = 1.0;
+    levels_.energy[0] = VecStart(levels_, levels_.vectors_real, 0)[0] = 1.0;
     Label(1, 3, 1, 10.4);
     Label(2, 4, 1, -13.4);
     Label(3, 10, 0, 1234567.123456);
     const int ka[] = {0, 1, 1, 2, 2, 3, 3, 4, 10}, kc[] = {4, 4, 3, 3, 2, 2, 1, 1, 0};
-    double* const vectors = VecStart(levels_.vectors_real, 4);
+    double* const vectors = VecStart(levels_, levels_.vectors_real, 4);
     for (std::size_t rank = 0; rank < 9; ++rank) {
         Label(16 + rank, ka[rank], kc[rank]);
         vectors[rank * (VecLd(9) + 1)] = 1.0;

@@ -50,6 +50,22 @@ State StateOf(const Case& of, double factor) {
     return state;
 }
 
+// The levels of a state that have the number of each chosen one in the class of its label.
+std::vector<std::size_t> OfSymmetry(const std::vector<std::size_t>& chosen, const Levels& all) {
+    std::vector<std::size_t> of;
+    for (const std::size_t level : chosen) {
+        const int J = Levels::JOf(level);
+        const auto odd = [&](std::size_t i) { return LabelOdd(kAllC2, all.ka[i], all.kc[i]); };
+        int before = 0;
+        for (std::size_t i = Levels::Index(J, 0); i < level; ++i) before += odd(i) == odd(level);
+        std::size_t i = Levels::Index(J, 0);
+        for (; all.odd[i] != odd(level) || before-- > 0; ++i) {
+        }
+        of.push_back(i);
+    }
+    return of;
+}
+
 void ExpectLevels(const State& state, const std::vector<std::size_t>& chosen,
                   const Levels& levels) {
     Workspace work;
@@ -93,7 +109,16 @@ TEST(ChosenLevels, AreThoseOfTheWholeState) {
             const State state = StateOf(of, factor);
             const TurnedState turned = Turn(state);
             ASSERT_TRUE(ChosenLevels::CanSolve({&turned}));
-            ASSERT_TRUE(solver.Solve({{&turned}, kMaxJ}, work, silent, levels));
+            const LevelTask task{{&turned}, kMaxJ};
+            ASSERT_TRUE(solver.Solve(task, work, silent, levels));
+            const Result<Levels> all = SolveLevels(state, kMaxJ, work);
+            const std::vector<std::size_t> of_symmetry = OfSymmetry(chosen, all.value());
+            EXPECT_EQ(of_symmetry == chosen, !of.is_irregular);
+            for (std::size_t i = 0; i < chosen.size() && solver.irregular().empty(); ++i) {
+                const double energy = all.value().energy[of_symmetry[i]];
+                EXPECT_NEAR(levels.energy[chosen[i]], energy, 1e-13 * (1.0 + energy)) << chosen[i];
+            }
+            ASSERT_TRUE(solver.ConfirmRanks(task, work, levels));
             ExpectLevels(state, chosen, levels);
             EXPECT_EQ(solver.irregular().empty(), !of.is_irregular);
         }
@@ -121,9 +146,54 @@ TEST(ChosenLevels, SurviveConstantsThatHaveNothingInCommon) {
         state.Set(Constant::C, c);
         const TurnedState turned = Turn(state);
         ASSERT_TRUE(solver.Solve({{&turned}, kMaxJ}, work, silent, levels));
+        ASSERT_TRUE(solver.ConfirmRanks({{&turned}, kMaxJ}, work, levels));
         if (a == b) continue;  // a spherical top: every vector is as good as another
         ExpectLevels(state, chosen, levels);
     }
+}
+
+// A constant that hardly changes moves the energies to first order and leaves all else; the next
+// ones count from the same vectors.
+TEST(ChosenLevels, ShiftWithConstantsThatHardlyChange) {
+    Workspace work;
+    Report silent;
+    Levels levels;
+    ChosenLevels solver;
+    std::vector<std::size_t> chosen;
+    for (std::size_t level = 0; level < Levels::Index(kMaxJ + 1, 0); level += 5) {
+        chosen.push_back(level);
+    }
+    State state = StateOf(kCases[0], 1.0);
+    const double start = state.value(C::DK);
+    ASSERT_TRUE(levels.ReserveFigures(work.memory(), kMaxJ, Turn(state).NumOn()));
+    ASSERT_TRUE(solver.Choose(chosen, kMaxJ, work.memory()));
+    const auto is_solved_anew = [&](double change) {
+        state.Set(C::DK, start + change);
+        const TurnedState turned = Turn(state);
+        const LevelTask task{{&turned}, kMaxJ};
+        const Result<bool> is_new = solver.Solve(task, work, silent, levels);
+        EXPECT_TRUE(is_new);
+        const Result<bool> has_other_ranks = solver.ConfirmRanks(task, work, levels);
+        EXPECT_TRUE(has_other_ranks && !has_other_ranks.value());
+        return is_new.value();
+    };
+    ASSERT_TRUE(is_solved_anew(0.0));
+    const std::vector<double> before(levels.energy.begin(), levels.energy.end());
+    std::size_t of_DK = 0;
+    while (levels.derivative_of[of_DK] != C::DK) ++of_DK;
+    for (const double change : {3e-13, -2e-13, 0.0}) {
+        EXPECT_FALSE(is_solved_anew(change));
+        double largest = 0.0;
+        for (const std::size_t level : chosen) {
+            const int J = Levels::JOf(level), rank = static_cast<int>(level - Levels::Index(J, 0));
+            const double moved = change * levels.Derivatives(J, rank)[of_DK];
+            largest = std::max(largest, std::fabs(moved));
+            EXPECT_NEAR(levels.energy[level] - before[level], moved, 1.5e-8) << level;
+        }
+        EXPECT_GE(largest, std::fabs(change) * 2e5);
+    }
+    EXPECT_TRUE(is_solved_anew(1e-6));
+    ExpectLevels(state, chosen, levels);
 }
 
 TEST(ChosenLevels, NeedAllSymmetryAndTridiagonalBlocks) {

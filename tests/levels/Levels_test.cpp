@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "levels/LevelVectors.h"
 #include "levels/Symmetry.h"
 #include "support/Rotor.h"
 #include "support/SlowRotor.h"
@@ -289,6 +290,21 @@ TEST(SolvedLevels, OfEverySizeAddUp) {
                 EXPECT_NEAR(sum, J * (J + 1) * (2 * J + 1) / 3.0, 1e-9 * (J + 1));
             }
         }
+    }
+}
+
+// Room for as many vectors as there are levels, each as long as the largest block needs.
+TEST(SolvedLevels, HaveRoomForTheVectorsOfTheirBlocks) {
+    for (const std::uint8_t kept : {std::uint8_t{0}, kC2a, kC2b, kC2c, kAllC2}) {
+        std::int64_t next = 0;
+        for (int J = 0; J <= 200; ++J) {
+            ASSERT_EQ(VecOffset(J, kept), next) << J << " keeps " << int{kept};
+            const LevelBlocks blocks = BlocksOf(kept, J);
+            int largest = 0;
+            for (int b = 0; b < blocks.num; ++b) largest = std::max(largest, blocks.block[b].N);
+            next += std::int64_t{2 * J + 1} * VecLd(largest) + kVecStep;
+        }
+        EXPECT_LE(next + 3 * kVecStep, VecLength(200));
     }
 }
 

@@ -31,18 +31,21 @@ TEST(OperatorBands, MakeTheFoldedMatrix) {
             const int J = all_J[i];
             const auto stride = static_cast<std::size_t>(OperatorBands::Stride(J));
             std::vector<double> d(stride), e(stride);
-            bands.Sum(H, i, J, d.data(), e.data());
+            bands.Sum(bands.Of(H), i, J, d.data(), e.data());
             const LevelBlocks blocks = BlocksOf(kAllC2, J);
-            std::size_t q = 0;
             for (int b = 0; b < blocks.num; ++b) {
                 const SymBlock& block = blocks.block[b];
-                for (int m = 0; m < block.N; ++m, ++q) {
+                for (int m = 0; m < block.N; ++m) {
+                    const auto q = static_cast<std::size_t>(kPairLanes * m + b);
                     const int K = block.K(m);
                     const double sign = block.fold_sign;
                     double diagonal = H.Element(J, K, 0, false);
                     if (K == 1) diagonal += sign * H.Element(J, -1, 2, false);
                     EXPECT_NEAR(d[q], diagonal, 1e-13 * std::fabs(diagonal)) << J << ' ' << K;
-                    if (m + 1 == block.N) continue;
+                    if (m + 1 == block.N) {
+                        EXPECT_EQ(e[q], 0.0);
+                        continue;
+                    }
                     // (<K| + T <-K|) H (|K+2> + T |-K-2>) / 2, or with |0> alone / sqrt(2)
                     const double sum = H.Element(J, K, 2, false) + H.Element(J, -K - 2, 2, false);
                     const double beside = K == 0 ? sum / std::sqrt(2.0) : sum / 2.0;

@@ -24,29 +24,43 @@ std::size_t At(int row, std::size_t lane) {
     return static_cast<std::size_t>(row) * kPairLanes + lane;
 }
 
+// The same matrix in all lanes but the last, which has a row less.
 TEST(Eigenpair, ConvergesToClosedForm) {
-    const std::vector<double> d(kN, kD), e(kN, kE);
-    const TridiagonalMatrix matrix{kN, d.data(), e.data()};
-    std::vector<double> room(2 * kPairLanes * kN), z(kPairLanes * kN);
-    for (int k = 1; k + kPairLanes - 1 <= kN; ++k) {
-        LaneValues values;
-        for (std::size_t lane = 0; lane < kPairLanes; ++lane) {
-            values[lane] = Value(k + static_cast<int>(lane)) + 3e-4;
+    constexpr std::size_t kShort = kPairLanes - 1;
+    std::vector<double> d(kPairLanes * kN, kD), e(kPairLanes * kN, kE), room(4 * kPairLanes * kN);
+    d[At(kN - 1, kShort)] = kAbove;
+    e[At(kN - 2, kShort)] = 0.0;
+    for (int k = 1; k + kPairLanes < kN; ++k) {
+        std::vector<EigenpairSet> sets(3);
+        std::vector<double> z(sets.size() * kPairLanes * kN);
+        const auto of = [&](std::size_t set, std::size_t lane) {
+            return 1 + (k + static_cast<int>(5 * set + lane)) % (kN - 1);
+        };
+        for (std::size_t set = 0; set < sets.size(); ++set) {
+            sets[set].z = &z[set * kPairLanes * kN];
+            for (std::size_t lane = 0; lane < kPairLanes; ++lane) {
+                sets[set].value[lane] = Value(of(set, lane), lane == kShort ? kN - 1 : kN) + 3e-4;
+            }
         }
         for (int step = 0; step < 4; ++step) {
-            const LaneValues change = ImproveEigenpairs(matrix, values, room.data(), z.data());
-            for (std::size_t lane = 0; lane < kPairLanes; ++lane) values[lane] += change[lane];
+            ImproveEigenpairs({kN, d.data(), e.data()}, sets, room.data());
         }
-        const LaneValues quotients = RayleighQuotients(matrix, z.data());
-        for (std::size_t lane = 0; lane < kPairLanes; ++lane) {
-            const int of = k + static_cast<int>(lane);
-            EXPECT_NEAR(values[lane], Value(of), 1e-14);
-            EXPECT_NEAR(quotients[lane], Value(of), 1e-14);
-            const double scale = std::sqrt(2.0 / (kN + 1)) *
-                                 (z[lane] < 0.0 ? -1.0 : 1.0);  // sin(of pi / (n + 1)) is positive
-            for (int j = 1; j <= kN; ++j) {
-                EXPECT_NEAR(z[At(j - 1, lane)],
-                            scale * std::sin(j * of * std::numbers::pi / (kN + 1)), 1e-12);
+        std::vector<EigenpairSet> quotients = sets;
+        SetRayleighQuotients({kN, d.data(), e.data()}, quotients);
+        for (std::size_t set = 0; set < sets.size(); ++set) {
+            for (std::size_t lane = 0; lane < kPairLanes; ++lane) {
+                const int n = lane == kShort ? kN - 1 : kN, i = of(set, lane);
+                EXPECT_NEAR(sets[set].value[lane], Value(i, n), 1e-14);
+                EXPECT_NEAR(sets[set].change[lane], 0.0, 1e-14);
+                EXPECT_EQ(sets[set].below[lane], n - i);
+                EXPECT_NEAR(quotients[set].value[lane], Value(i, n), 1e-14);
+                const double scale =
+                    std::sqrt(2.0 / (n + 1)) *
+                    (sets[set].z[lane] < 0.0 ? -1.0 : 1.0);  // sin(i pi / (n + 1)) is positive
+                for (int j = 1; j <= kN; ++j) {
+                    const double sine = std::sin(j * i * std::numbers::pi / (n + 1));
+                    EXPECT_NEAR(sets[set].z[At(j - 1, lane)], j > n ? 0.0 : scale * sine, 1e-12);
+                }
             }
         }
     }
@@ -54,21 +68,22 @@ TEST(Eigenpair, ConvergesToClosedForm) {
 
 // Rows that nothing couples: unit vectors, and pivots that are exactly 0.
 TEST(Eigenpair, TakesDiagonalMatrices) {
-    const double d[] = {1.0, 2.0, 4.0}, e[] = {0.0, 0.0, 0.0};
-    std::vector<double> room(6 * kPairLanes), z(3 * kPairLanes);
-    for (const double change :
-         ImproveEigenpairs({3, d, e}, {2.0, 1.0, 4.0, 2.0}, room.data(), z.data())) {
-        EXPECT_NEAR(change, 0.0, 1e-280);
-    }
+    std::vector<double> d, e(3 * kPairLanes, 0.0), room(12 * kPairLanes), z(3 * kPairLanes);
+    for (const double x : {1.0, 2.0, 4.0}) d.insert(d.end(), kPairLanes, x);
+    EigenpairSet set{z.data(), {2.0, 1.0, 4.0, 2.0}};
+    ImproveEigenpairs({3, d.data(), e.data()}, {&set, 1}, room.data());
     const int place[] = {1, 0, 2, 1};
-    for (int row = 0; row < 3; ++row) {
-        for (std::size_t lane = 0; lane < kPairLanes; ++lane) {
+    EXPECT_EQ(set.below, (LaneCounts{1, 0, 2, 1}));
+    for (std::size_t lane = 0; lane < kPairLanes; ++lane) {
+        EXPECT_EQ(set.change[lane], 0.0);
+        for (int row = 0; row < 3; ++row) {
             EXPECT_EQ(z[At(row, lane)], row == place[lane] ? 1.0 : 0.0);
         }
     }
-    const double d1 = 5.0;
-    ImproveEigenpairs({1, &d1, nullptr}, {5.0, 5.0, 5.0, 4.0}, room.data(), z.data());
+    set.value = {1.0, 1.0, 1.0, 0.5};
+    ImproveEigenpairs({1, d.data(), nullptr}, {&set, 1}, room.data());
     EXPECT_EQ(z[3], 1.0);
+    EXPECT_EQ(set.change[3], 0.5);
 }
 
 // Four matrices: two constant ones, one of two rows (1 and 5), one of none.
