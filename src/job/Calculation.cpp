@@ -81,7 +81,8 @@ class JobRun {
                 is_complex,
                 false,
                 exchanges_axes,
-                needs_.derivatives || job_.is_fit()};
+                needs_.derivatives || job_.is_fit(),
+                needs_.amplitudes || job_.is_fit()};
     }
     void BeginNamed();
     Status BeginOld(InputFile& file);

@@ -41,9 +41,12 @@ struct Calculation {
 struct CalculationNeeds {
     /// Derivatives of the levels, which line sets hold. Of a fit there are always those.
     bool derivatives = true;
+    /// Amplitudes of the lines, which line sets hold. Of a fit there are always those: they tell
+    /// the band of a line that it rejects.
+    bool amplitudes = true;
 };
 
-inline constexpr CalculationNeeds kLinesAlone{.derivatives = false};
+inline constexpr CalculationNeeds kLinesAlone{.derivatives = false, .amplitudes = false};
 
 /// Calculates, or fits and calculates, a job without errors among its findings.
 ///

@@ -22,8 +22,8 @@ double FoldScale(const SymBlock& to, int K_upper, int K_lower) {
 
 }  // namespace
 
-Status Amplitudes::Begin(const Memory& memory, int max_J, bool is_complex) {
-    const int n = VecLd(2 * max_J + 1);
+Status Amplitudes::Begin(const Memory& memory, int num, bool is_complex) {
+    const int n = VecLd(num);
     for (int type = 0; type < kNumBands; ++type) {
         if (!real[type].Fit(memory, n) || (is_complex && !imag[type].Fit(memory, n))) {
             return NoMemory(array_name::kPairAmplitudes);
@@ -45,11 +45,9 @@ Status AmplitudeSums::Begin(const Memory& memory, const LineTask& task) {
     for (Array<double>* array : {&factors_.level, &factors_.up, &factors_.down}) {
         if (!array->Fit(memory, n)) return NoMemory(array_name::kFactors);
     }
-    for (int l = 0; l < kLowers; ++l) {
-        if (!weight_real_[l].Fit(memory, room) ||
-            (is_complex_ && !weight_imag_[l].Fit(memory, room))) {
-            return NoMemory(array_name::kWeights);
-        }
+    if (!weight_real_.Fit(memory, kLowers * room) ||
+        (is_complex_ && !weight_imag_.Fit(memory, kLowers * room))) {
+        return NoMemory(array_name::kWeights);
     }
     if (is_complex_ && !cross_.Fit(memory, room)) return NoMemory(array_name::kWeights);
     for (int type = 0; type < kNumBands; ++type) {
@@ -64,18 +62,18 @@ Status AmplitudeSums::Begin(const Memory& memory, const LineTask& task) {
 Status AmplitudeSums::BeginCoupling(const Memory& memory, BandType type, std::int64_t room,
                                     Coupling& coupling) {
     CoupleRun& run = coupling.run;
-    if (!coupling.plus.Fit(memory, room) || !coupling.minus.Fit(memory, room)) {
+    if (!coupling.plus.Fit(memory, room) || !coupling.minus.Fit(memory, room) ||
+        !coupling.sum_real.Fit(memory, kLowers * room) ||
+        (is_complex_ && !coupling.sum_imag.Fit(memory, kLowers * room))) {
         return NoMemory(array_name::kCouplings);
     }
     for (int l = 0; l < kLowers; ++l) {
-        if (!coupling.sum_real[l].Fit(memory, room) ||
-            (is_complex_ && !coupling.sum_imag[l].Fit(memory, room))) {
-            return NoMemory(array_name::kCouplings);
-        }
-        run.re.weight[l] = weight_real_[l].data();
-        run.im.weight[l] = weight_imag_[l].data();
-        run.re.sum[l] = coupling.sum_real[l].data();
-        run.im.sum[l] = coupling.sum_imag[l].data();
+        const std::int64_t first = l * room;
+        run.re.weight[l] = weight_real_.data() + first;
+        run.re.sum[l] = coupling.sum_real.data() + first;
+        if (!is_complex_) continue;
+        run.im.weight[l] = weight_imag_.data() + first;
+        run.im.sum[l] = coupling.sum_imag.data() + first;
     }
     run.is_complex = is_complex_;
     run.turn = type == kBandC;
@@ -152,16 +150,14 @@ void AmplitudeSums::FillCoupling(BandType type, const SymBlock& from, const SymB
 }
 
 // The sums of a lower level, and of the next ones of its class, with upper levels first..last-1.
-// Each of the next levels mostly needs one more of them.
 void AmplitudeSums::CoupleLevels(Coupling& coupling, int lower_class, int index, int first,
                                  int last) {
-    constexpr int kMore = kLowers;
     const int c = coupling.upper_class;
     CoupleRun& run = coupling.run;
     coupling.lower = index;
     coupling.num_lowers = std::min(kLowers, lower_.Class(lower_class).N - index);
     coupling.first = first / kVecStep * kVecStep;  // vectors cross no cache line
-    coupling.last = std::min(last + kMore, now_->by_class().Class(c).N);
+    coupling.last = last;
     run.num_lowers = coupling.num_lowers;
     run.num = coupling.last - coupling.first;
     run.re.lower = lower_.Real(lower_class, index) + coupling.shift;
@@ -190,20 +186,17 @@ bool AmplitudeSums::ImageOf(int lower_class, int upper_class, LevelImage& image)
     return num_types == 1 && !is_complex_;
 }
 
-ClassSums AmplitudeSums::SumsWith(int rank, int upper_class, int first, int last) {
-    const int c_lower = lower_.ClassOf(rank), index = lower_.IndexOf(rank);
-    ClassSums sums;
+void AmplitudeSums::SumsOf(int lower_class, int index, int upper_class, int first, int last,
+                           ClassSums (&sums)[kLowers]) {
     for (int type = 0; type < kNumBands; ++type) {
-        Coupling& coupling = couplings_[type][c_lower];
+        Coupling& coupling = couplings_[type][lower_class];
         if (!task_->IsActive(type) || coupling.upper_class != upper_class) continue;
-        if (!coupling.Holds(index, first, last))
-            CoupleLevels(coupling, c_lower, index, first, last);
-        const auto level = static_cast<std::size_t>(index - coupling.lower);
-        const int from = first - coupling.first;
-        sums.real[type] = coupling.sum_real[level].data() + from;
-        if (is_complex_) sums.imag[type] = coupling.sum_imag[level].data() + from;
+        CoupleLevels(coupling, lower_class, index, first, last);
+        for (int l = 0; l < coupling.num_lowers; ++l) {
+            sums[l].real[type] = coupling.Real(l, first);
+            if (is_complex_) sums[l].imag[type] = coupling.Imag(l, first);
+        }
     }
-    return sums;
 }
 
 void AmplitudeSums::Compute(int rank, const PartnerList& list, int first, int last,
@@ -222,14 +215,16 @@ void AmplitudeSums::Compute(int rank, const PartnerList& list, int first, int la
         if (c < 0) continue;
         const int j0 = upper.Below(c, first), j1 = upper.Below(c, last);
         if (j0 == j1) continue;
-        if (!coupling.Holds(index, j0, j1)) CoupleLevels(coupling, c_lower, index, j0, j1);
+        if (!coupling.Holds(index, j0, j1)) {  // the next levels mostly need one more, each
+            const int more = std::min(j1 + kLowers, upper.Class(c).N);
+            CoupleLevels(coupling, c_lower, index, j0, more);
+        }
         const std::int32_t* places = list.place_of + upper.First(c);
-        const auto put = [&](const Array<double>& sum, double* out) {
-            const double* from = sum.data() + (j0 - coupling.first);
-            for (int j = j0; j < j1; ++j) out[places[j] - place] = *from++;
+        const auto put = [&](const double* sum, double* out) {
+            for (int j = j0; j < j1; ++j) out[places[j] - place] = *sum++;
         };
-        put(coupling.sum_real[index - coupling.lower], real);
-        if (is_complex_) put(coupling.sum_imag[index - coupling.lower], imag);
+        put(coupling.Real(index - coupling.lower, j0), real);
+        if (is_complex_) put(coupling.Imag(index - coupling.lower, j0), imag);
     }
 }
 

@@ -20,14 +20,14 @@ namespace kiv {
 /// Two-fold rotations that turn the moment component of a band type into its negative.
 inline constexpr std::uint8_t kMomentOdd[kNumBands] = {kC2b | kC2c, kC2a | kC2c, kC2a | kC2b};
 
-/// Amplitudes of one lower level with upper levels that follow each other in a list, filled up with
-/// zeros to whole vectors.
+/// Amplitudes of pairs, by type; of one lower level with upper levels that follow each other in a
+/// list they are filled up with zeros to whole vectors.
 struct Amplitudes {
     Array<double> real[kNumBands];
     Array<double> imag[kNumBands];  // of complex states only
 
-    /// Sized for `max_J` and cleared. NoMemory.
-    Status Begin(const Memory& memory, int max_J, bool is_complex);
+    /// Sized for `num` pairs and cleared. NoMemory.
+    Status Begin(const Memory& memory, int num, bool is_complex);
 };
 
 /// Amplitudes of one lower level with upper levels of one class that follow each other there; null
@@ -68,9 +68,8 @@ class AmplitudeSums {
     /// forbids are exactly 0.0.
     void Compute(int rank, const PartnerList& list, int first, int last, Amplitudes& result);
 
-    /// The levels of J' by class, and those of a class as a list, whose places count within it.
+    /// The levels of J' by class.
     const ClassLevels& upper_classes() const { return now_->by_class(); }
-    const PartnerList& ClassList(int upper_class) { return now_->Partners(1U << upper_class); }
 
     /// True when the active band types lead from levels of `lower_class` to levels of
     /// `upper_class`.
@@ -83,9 +82,10 @@ class AmplitudeSums {
     /// for complex states.
     bool ImageOf(int lower_class, int upper_class, LevelImage& image) const;
 
-    /// The amplitudes of lower level `rank` with levels first..last-1 of `upper_class`. They stay
-    /// until the next level or class, and the amplitudes with other classes stay beside them.
-    ClassSums SumsWith(int rank, int upper_class, int first, int last);
+    /// The amplitudes of levels index, index + 1 .. of `lower_class`, up to kLowers of them, with
+    /// levels first..last-1 of `upper_class`, by lower level. They stay until the next call.
+    void SumsOf(int lower_class, int index, int upper_class, int first, int last,
+                ClassSums (&sums)[kLowers]);
 
   private:
     /// Weight m of a pair of classes is plus[m] c(m + shift) + minus[m] c(m + shift - back), c
@@ -94,12 +94,16 @@ class AmplitudeSums {
         int upper_class = -1;  // -1: the type does not lead away from the class
         int shift = 0;
         Array<double> plus, minus;
-        Array<double> sum_real[kLowers], sum_imag[kLowers];
+        Array<double> sum_real, sum_imag;  // of one lower level after the other
         CoupleRun run{};
         // What the sums hold: levels lower, lower + 1 .. of the lower class, first .. last - 1 of
         // the upper one
         int lower = 0, num_lowers = 0;
         int first = 0, last = 0;
+
+        /// Its sums, or those of the imaginary part, with upper level `level` and the next ones.
+        const double* Real(int l, int level) const { return run.re.sum[l] + (level - first); }
+        const double* Imag(int l, int level) const { return run.im.sum[l] + (level - first); }
 
         bool Holds(int level, int from, int to) const {
             return level >= lower && level < lower + num_lowers && from >= first && to <= last;
@@ -123,7 +127,7 @@ class AmplitudeSums {
     UpperLevels* now_ = nullptr;
     Coupling couplings_[kNumBands][kMaxBlocks];  // by class of the lower level
     unsigned partner_classes_[kMaxBlocks] = {};
-    Array<double> weight_real_[kLowers], weight_imag_[kLowers];
+    Array<double> weight_real_, weight_imag_;  // of one lower level after the other
     Array<double> cross_;
 };
 

@@ -20,30 +20,30 @@ class Boltzmann {
   public:
     Boltzmann(const LineRules& rules, bool one_state)
         : on_(rules.temperature > 0.0),
-          two_(rules.temperature2 > 0.0),
           one_state_(one_state),
-          kT1_(rules.temperature * rules.energy_per_kelvin),
-          kT2_(rules.temperature2 * rules.energy_per_kelvin),
-          weight2_(rules.weight2) {}
+          weight2_(rules.weight2),
+          terms_{rules.temperature2 > 0.0, rules.temperature * rules.energy_per_kelvin,
+                 rules.temperature2 * rules.energy_per_kelvin} {}
 
     /// Makes `energy` that of the lower level.
     void SetLower(double energy) {
-        lower_ = energy;
+        terms_.lower = energy;
         negative_ = IsNegative(energy);
         if (!on_ || negative_) return;
-        x1_ = ExpFunc(-energy / kT1_);
-        x2_ = two_ ? weight2_ * ExpFunc(-energy / kT2_) : 0.0;
+        terms_.x1 = ExpFunc(-energy / terms_.kT1);
+        terms_.x2 = terms_.two ? weight2_ * ExpFunc(-energy / terms_.kT2) : 0.0;
     }
 
     /// Factor of the line to the upper level of this energy.
     double Factor(double energy) const {
         if (!on_) return 1.0;
         if (negative_) return 0.0;
-        if (!one_state_) return two_ ? x1_ + x2_ : x1_;
+        const Terms& t = terms_;
+        if (!one_state_) return t.two ? t.x1 + t.x2 : t.x1;
         if (energy < 0.0) return 0.0;
-        const double dE = energy - lower_;
-        const double first = x1_ * (1.0 - ExpFunc(-dE / kT1_));
-        const double sum = two_ ? x2_ * (1.0 - ExpFunc(-dE / kT2_)) + first : first;
+        const double dE = energy - t.lower;
+        const double first = t.x1 * (1.0 - ExpFunc(-dE / t.kT1));
+        const double sum = t.two ? t.x2 * (1.0 - ExpFunc(-dE / t.kT2)) + first : first;
         return (std::isfinite(sum) ? sum : Difference(energy)) * (dE * 0.0001);
     }
 
@@ -53,18 +53,29 @@ class Boltzmann {
     /// False when T1 <= 0: then intensities are pure line strengths.
     bool is_on() const { return on_; }
 
+    bool one_state() const { return one_state_; }
+
+    /// Of the lower level.
+    struct Terms {
+        bool two = false;  // temperatures
+        double kT1 = 0.0, kT2 = 0.0;
+        double lower = 0.0;         // E''
+        double x1 = 1.0, x2 = 0.0;  // exp(-E''/kT1), weight2 exp(-E''/kT2)
+    };
+    const Terms& terms() const { return terms_; }
+
   private:
     double Difference(double energy) const {
-        const double first = ExpFunc(-lower_ / kT1_) - ExpFunc(-energy / kT1_);
-        if (!two_) return first;
-        return weight2_ * (ExpFunc(-lower_ / kT2_) - ExpFunc(-energy / kT2_)) + first;
+        const Terms& t = terms_;
+        const double first = ExpFunc(-t.lower / t.kT1) - ExpFunc(-energy / t.kT1);
+        if (!t.two) return first;
+        return weight2_ * (ExpFunc(-t.lower / t.kT2) - ExpFunc(-energy / t.kT2)) + first;
     }
 
-    bool on_, two_, one_state_;
-    double kT1_, kT2_, weight2_;
+    bool on_, one_state_;
+    double weight2_;
     bool negative_ = false;
-    double lower_ = 0.0;
-    double x1_ = 1.0, x2_ = 0.0;  // exp(-E''/kT1), weight2 exp(-E''/kT2)
+    Terms terms_;
 };
 
 }  // namespace kiv

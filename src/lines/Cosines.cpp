@@ -48,15 +48,22 @@ double* FillR(double* out, int J_lower) {
 
 }  // namespace
 
-Status Cosines::Fill(const Memory& memory, int highest_J) {
+Status Cosines::Fill(const Memory& memory, int highest_J, Threads* threads) {
     if (max_J == highest_J) return {};
     max_J = -1;
     if (!factor.Take(memory, CosineLength(highest_J))) return NoMemory(array_name::kCosines);
-    double* out = factor.data();
-    for (int J = 0; J <= highest_J; ++J) {
+    const auto fill = [&](int J) {
+        double* out = factor.data() + CosineOffset(J);
         if (J > 0) out = FillQ(FillP(out, J), J);
-        if (J < highest_J) out = FillR(out, J);
-    }
+        if (J < highest_J) FillR(out, J);
+    };
+    constexpr int kTogether = 8;  // J
+    const auto fill_some = [&](int part, int) {
+        const int first = part * kTogether, last = std::min(first + kTogether - 1, highest_J);
+        for (int J = first; J <= last; ++J) fill(J);
+    };
+    Threads alone;
+    (threads ? *threads : alone).Share(highest_J / kTogether + 1, fill_some);
     max_J = highest_J;
     return {};
 }

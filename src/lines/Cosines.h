@@ -10,6 +10,7 @@
 
 #include "kiv/array.h"
 #include "kiv/error.h"
+#include "kiv/threads.h"
 
 namespace kiv {
 
@@ -25,8 +26,9 @@ struct Cosines {
     int max_J = -1;
     Array<double> factor;
 
-    /// Fills the factors for `highest_J` unless they are there. NoMemory.
-    Status Fill(const Memory& memory, int highest_J);
+    /// Fills the factors for `highest_J` unless they are there, on threads where there are some.
+    /// NoMemory.
+    Status Fill(const Memory& memory, int highest_J, Threads* threads = nullptr);
 
     /// Place of the first number of a branch.
     static std::int64_t BranchOffset(int J_lower, int J_upper);

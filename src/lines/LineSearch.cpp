@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -18,6 +19,7 @@ namespace {
 LineScratch& ScratchOf(Workspace& work) { return work.Part<LineScratch>(Workspace::Slot::Lines); }
 
 Status SearchAlone(const LineTask& task, Workspace& work, Report& report, LineList& list) {
+    KIV_TRY(ScratchOf(work).Begin(work.memory(), task));
     Trace* const trace = report.trace();
     PairSearch search(task, task.assigned, ScratchOf(work), work.memory(), trace, list);
     for (int J = 0; J <= task.max_J(); ++J) {
@@ -49,11 +51,14 @@ std::vector<Stretch> StretchesOf(int max_J, int threads) {
     return stretches;
 }
 
-// Pairs of levels of a stretch, on average.
-std::int32_t PairsOfStretch(int max_J, std::size_t stretches) {
-    const double J = max_J + 1.0;
+// Room for the lines of a stretch: its pairs of levels on average, but few where a cut-off leaves a
+// part of them. Lists grow when they must.
+std::int32_t RoomOfStretch(const LineTask& task, std::size_t stretches) {
+    constexpr std::int32_t kFewLines = 4096;
+    const double J = task.max_J() + 1.0;
+    const std::int32_t most = task.rules->min_intensity > 0.0 ? kFewLines : kFirstLines;
     return static_cast<std::int32_t>(
-        std::min<double>(4.0 * J * J * J / static_cast<double>(stretches), kFirstLines));
+        std::min<double>(4.0 * J * J * J / static_cast<double>(stretches), most));
 }
 
 // The assignments of lines from levels of these J.
@@ -74,26 +79,45 @@ class SharedSearch {
         : task_(task),
           work_(work),
           report_(report),
+          has_begun_(static_cast<std::size_t>(work.threads().num())),
           stretches_(StretchesOf(task.max_J(), work.threads().num())),
           lines_(list, work.memory(), work.Part<SpareLists>(Workspace::Slot::SpareLists),
-                 PairsOfStretch(task.max_J(), stretches_.size())) {}
+                 RoomOfStretch(task, stretches_.size())) {}
 
     Status Run() {
+        work_.PrepareThreads();
         const int num = static_cast<int>(stretches_.size());
-        work_.threads().Share(num, [this](int i, int thread) {
-            if (failed_.load(std::memory_order_relaxed)) return;
-            Status status = RunStretch(i, ScratchOf(work_.OfThread(thread)));
-            const Stretch& stretch = stretches_[static_cast<std::size_t>(i)];
-            const int done = done_ += stretch.last - stretch.first + 1;
-            if (status && thread == 0) {
-                status = Tell(report_, Stage::Lines, done, task_.max_J() + 1);
-            }
-            if (!status) Fail(std::move(status));
-        });
+        work_.threads().Share(num, [this](int i, int thread) { RunOn(thread, i); });
+        for (const int i : left_) RunOn(0, i);
         return std::move(status_);
     }
 
   private:
+    // A thread without memory for its scratch leaves what it should do to the first one.
+    void RunOn(int thread, int i) {
+        if (failed_.load(std::memory_order_relaxed)) return;
+        Status status = Begin(thread);
+        if (!status && thread > 0) {
+            const std::lock_guard lock(mutex_);
+            left_.push_back(i);
+            return;
+        }
+        if (status) status = RunStretch(i, ScratchOf(work_.OfThread(thread)));
+        const Stretch& stretch = stretches_[static_cast<std::size_t>(i)];
+        const int done = done_ += stretch.last - stretch.first + 1;
+        if (status && thread == 0) status = Tell(report_, Stage::Lines, done, task_.max_J() + 1);
+        if (!status) Fail(std::move(status));
+    }
+
+    // Each thread begins its own scratch, which takes as long as a stretch.
+    Status Begin(int thread) {
+        std::uint8_t& has_begun = has_begun_[static_cast<std::size_t>(thread)];
+        if (has_begun != 0) return {};
+        KIV_TRY(ScratchOf(work_.OfThread(thread)).Begin(work_.memory(), task_));
+        has_begun = 1;
+        return {};
+    }
+
     Status RunStretch(int i, LineScratch& scratch) {
         Result<LineList> lines = lines_.TakeEmpty();
         if (!lines) return lines.error();
@@ -114,29 +138,20 @@ class SharedSearch {
     const LineTask& task_;
     Workspace& work_;
     Report& report_;
+    std::vector<std::uint8_t> has_begun_;  // 1: the scratch of a thread
     const std::vector<Stretch> stretches_;
     OrderedLines lines_;
     std::atomic<int> done_ = 0;
     std::atomic<bool> failed_ = false;
     std::mutex mutex_;
+    std::vector<int> left_;  // stretches
     Status status_;
 };
-
-// Scratch for the other threads; false without memory for it.
-bool BeginThreads(const LineTask& task, Workspace& work) {
-    work.PrepareThreads();
-    for (int thread = 1; thread < work.threads().num(); ++thread) {
-        if (!ScratchOf(work.OfThread(thread)).Begin(work.memory(), task)) return false;
-    }
-    return true;
-}
 
 }  // namespace
 
 Status SearchLines(const LineTask& task, Workspace& work, Report& report, LineList& list) {
-    KIV_TRY(ScratchOf(work).Begin(work.memory(), task));
-    const bool shared =
-        work.threads().num() > 1 && task.max_J() > 1 && !report.trace() && BeginThreads(task, work);
+    const bool shared = work.threads().num() > 1 && task.max_J() > 1 && !report.trace();
     KIV_TRY(shared ? SharedSearch(task, work, report, list).Run()
                    : SearchAlone(task, work, report, list));
     if (list.size > 0) return {};

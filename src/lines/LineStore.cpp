@@ -12,8 +12,8 @@
 namespace kiv {
 namespace {
 
-// The levels of lines whose values are in the store already, in whole groups: what is written
-// behind the last one is written again by the next.
+// The levels of lines of one level whose values are in the store already, in whole groups: what is
+// written behind the last one is written again by the next.
 struct GroupRun {
     std::int32_t num;
     const LineBatch* from;
@@ -51,7 +51,7 @@ KIV_INLINE void PutGroupsBody(const GroupRun& run) {
         FetchGroup<1>(values.position + n);
         FetchGroup<1>(values.intensity + n);
         FetchGroup<1>(values.band + n);
-        FetchGroup<3>(values.amplitude_real + 3 * n);
+        if (values.amplitude_real) FetchGroup<3>(values.amplitude_real + 3 * n);
         FetchGroup<6>(run.label + 6 * n);
         FetchGroup<1>(run.lower_index + n);
         if (run.upper_index) FetchGroup<1>(run.upper_index + n);
@@ -65,6 +65,16 @@ KIV_INLINE void PutGroupsBody(const GroupRun& run) {
 }
 
 KIV_KERNEL(PutGroups, GroupRun)
+
+// Entries of an array that a list may not have, `width` numbers each, some of which may be where
+// they belong, or near it.
+template <class T>
+void MoveEntries(const T* from, std::int32_t first, std::int32_t num, std::ptrdiff_t width, T* to,
+                 std::int32_t place) {
+    if (!to || from + width * first == to + width * place) return;
+    std::memmove(to + width * place, from + width * first,
+                 static_cast<std::size_t>(num * width) * sizeof(T));
+}
 
 // One array of a list that grows with it, and its name when it is refused.
 template <class T>
@@ -103,11 +113,16 @@ LineValues LineStore::PlaceFor(std::int32_t num, const LineValues& elsewhere) co
     if (room_ - num_ < num + kLineGroup) return elsewhere;
     const std::ptrdiff_t n = num_;
     return {begin_.position + n, begin_.intensity + n, begin_.band + n,
-            begin_.amplitude_real + 3 * n,
-            begin_.amplitude_imag ? begin_.amplitude_imag + 3 * n : elsewhere.amplitude_imag};
+            begin_.amplitude_real ? begin_.amplitude_real + 3 * n : nullptr,
+            begin_.amplitude_imag ? begin_.amplitude_imag + 3 * n : nullptr};
 }
 
 Status LineStore::PutAll(const LineBatch& batch, std::int32_t num) {
+    if (batch.lower) {
+        while (num > room_ - num_) KIV_TRY(Grow());
+        PutRun(batch, 0, num);
+        return num_ < room_ ? Status() : Grow();
+    }
     if (batch.values.position != begin_.position + num_) {  // calculated elsewhere
         return PutEach(batch, num, [](std::int32_t i) { return i; });
     }
@@ -118,8 +133,33 @@ Status LineStore::PutAll(const LineBatch& batch, std::int32_t num) {
 }
 
 Status LineStore::Put(const LineBatch& batch, std::span<const std::int32_t> lines) {
+    if (batch.lower) return PutRuns(batch, lines);
     return PutEach(batch, static_cast<std::int32_t>(lines.size()),
                    [lines](std::int32_t i) { return lines[static_cast<std::size_t>(i)]; });
+}
+
+// Entries of many levels, most of which follow each other.
+Status LineStore::PutRuns(const LineBatch& batch, std::span<const std::int32_t> lines) {
+    while (static_cast<std::int32_t>(lines.size()) > room_ - num_) KIV_TRY(Grow());
+    for (std::size_t i = 0; i < lines.size();) {
+        const std::size_t begin = i++;
+        while (i < lines.size() && lines[i] == lines[i - 1] + 1) ++i;
+        PutRun(batch, lines[begin], static_cast<std::int32_t>(i - begin));
+    }
+    return num_ < room_ ? Status() : Grow();
+}
+
+void LineStore::PutRun(const LineBatch& batch, std::int32_t first, std::int32_t num) {
+    const LineValues &to = begin_, &from = batch.values;
+    MoveEntries(from.position, first, num, 1, to.position, num_);
+    MoveEntries(from.intensity, first, num, 1, to.intensity, num_);
+    MoveEntries(from.band, first, num, 1, to.band, num_);
+    MoveEntries(from.amplitude_real, first, num, 3, to.amplitude_real, num_);
+    MoveEntries(from.amplitude_imag, first, num, 3, to.amplitude_imag, num_);
+    MoveEntries(batch.label, first, num, 6, label_, num_);
+    MoveEntries(batch.lower, first, num, 1, lower_index_, num_);
+    MoveEntries(batch.upper, first, num, 1, upper_index_, num_);
+    list_.size = num_ += num;
 }
 
 // Entries that stand in the list move down in it.
@@ -135,7 +175,9 @@ Status LineStore::PutEach(const LineBatch& batch, std::int32_t num, const EntryO
         to.intensity[n] = from.intensity[k];
         to.band[n] = from.band[k];
         for (std::size_t type = 0; type < 3; ++type) {
-            to.amplitude_real[3 * n + type] = from.amplitude_real[3 * k + type];
+            if (to.amplitude_real) {
+                to.amplitude_real[3 * n + type] = from.amplitude_real[3 * k + type];
+            }
             if (to.amplitude_imag) {
                 to.amplitude_imag[3 * n + type] = from.amplitude_imag[3 * k + type];
             }
@@ -182,21 +224,21 @@ Status LineList::Reserve(const Memory& memory, std::int32_t lines, bool is_compl
                          bool one_state) {
     const std::int64_t n = lines;
     size = capacity = matched = missing = 0;
-    if (!position.Take(memory, n)) return NoMemory(array_name::kPositions);
-    if (!intensity.Take(memory, n)) return NoMemory(array_name::kIntensities);
-    if (!amplitude_real.Take(memory, 3 * n)) return NoMemory(array_name::kAmplitudes);
+    if (!position.TakeUnset(memory, n)) return NoMemory(array_name::kPositions);
+    if (!intensity.TakeUnset(memory, n)) return NoMemory(array_name::kIntensities);
+    if (!amplitude_real.TakeUnset(memory, 3 * n)) return NoMemory(array_name::kAmplitudes);
     amplitude_imag.Clear();
-    if (is_complex && !amplitude_imag.Take(memory, 3 * n)) {
+    if (is_complex && !amplitude_imag.TakeUnset(memory, 3 * n)) {
         return NoMemory(array_name::kImaginaryAmplitudes);
     }
-    if (!band.Take(memory, n)) return NoMemory(array_name::kBands);
-    if (!match_line.Take(memory, n) || !match_assignment.Take(memory, n)) {
+    if (!band.TakeUnset(memory, n)) return NoMemory(array_name::kBands);
+    if (!match_line.TakeUnset(memory, n) || !match_assignment.TakeUnset(memory, n)) {
         return NoMemory(array_name::kMatches);
     }
-    if (!label.Take(memory, 6 * n)) return NoMemory(array_name::kLineLabels);
-    if (!lower_level.Take(memory, n)) return NoMemory(array_name::kLowerLevels);
+    if (!label.TakeUnset(memory, 6 * n)) return NoMemory(array_name::kLineLabels);
+    if (!lower_level.TakeUnset(memory, n)) return NoMemory(array_name::kLowerLevels);
     upper_level.Clear();
-    if (one_state && !upper_level.Take(memory, n)) return NoMemory(array_name::kUpperLevels);
+    if (one_state && !upper_level.TakeUnset(memory, n)) return NoMemory(array_name::kUpperLevels);
     capacity = lines;
     return {};
 }

@@ -22,15 +22,17 @@ struct LineValues {
     double* position = nullptr;
     float* intensity = nullptr;
     char* band = nullptr;
-    float* amplitude_real = nullptr;  // a, b, c a line
-    float* amplitude_imag = nullptr;
+    float* amplitude_real = nullptr;  // a, b, c a line; null: not wanted
+    float* amplitude_imag = nullptr;  // null: none, or not wanted
 };
 
-/// Lines of one lower level to upper levels of one J', one entry a line.
+/// Lines of one lower level, that of the store, or of many, one entry a line.
 struct LineBatch {
     const std::int32_t* upper = nullptr;  // index of the upper level
-    const std::int16_t* label = nullptr;  // its J', Ka', Kc', and three zeros
+    const std::int16_t* label =
+        nullptr;  // J', Ka', Kc', J'', Ka'', Kc''; of one level: three zeros
     LineValues values;
+    const std::int32_t* lower = nullptr;  // index of the lower level; null: all are of one level
 };
 
 /// Appends lines to a list, which grows when it is full.
@@ -39,7 +41,7 @@ class LineStore {
     /// Empties the list.
     LineStore(LineList& list, const Memory& memory, Trace* trace);
 
-    /// Makes `level` the lower level of the next lines.
+    /// Makes `level` the lower level of the next batches of one level.
     void SetLower(const LowerLevel& level);
 
     /// The place in the list of the next `num` lines, to be calculated there, or `elsewhere` when
@@ -55,6 +57,8 @@ class LineStore {
   private:
     template <class EntryOf>
     Status PutEach(const LineBatch& batch, std::int32_t num, const EntryOf& entry_of);
+    Status PutRuns(const LineBatch& batch, std::span<const std::int32_t> lines);
+    void PutRun(const LineBatch& batch, std::int32_t first, std::int32_t num);
     void Attach();
     Status Grow();
 

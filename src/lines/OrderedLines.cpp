@@ -26,9 +26,14 @@ OrderedLines::OrderedLines(LineList& all, const Memory& memory, SpareLists& spar
     : all_(all), memory_(memory), spare_(spare), capacity_(capacity) {
     all_.size = all_.matched = all_.missing = 0;
     const bool is_complex = !all_.amplitude_imag.is_null(), one_state = !all_.upper_level.is_null();
-    if (spare_.is_complex != is_complex || spare_.one_state != one_state) spare_.lists.clear();
+    const bool has_amplitudes = !all_.amplitude_real.is_null();
+    if (spare_.is_complex != is_complex || spare_.one_state != one_state ||
+        spare_.has_amplitudes != has_amplitudes) {
+        spare_.lists.clear();
+    }
     spare_.is_complex = is_complex;
     spare_.one_state = one_state;
+    spare_.has_amplitudes = has_amplitudes;
 }
 
 Result<LineList> OrderedLines::TakeEmpty() {
@@ -43,6 +48,7 @@ Result<LineList> OrderedLines::TakeEmpty() {
     }
     LineList lines;
     KIV_TRY(lines.Reserve(memory_, capacity_, spare_.is_complex, spare_.one_state));
+    if (!spare_.has_amplitudes) lines.amplitude_real.Clear();
     return lines;
 }
 

@@ -14,7 +14,7 @@ namespace kiv {
 /// Lists that are not in use, kept between searches.
 struct SpareLists {
     std::vector<LineList> lists;
-    bool is_complex = false, one_state = false;  // the lists
+    bool is_complex = false, one_state = false, has_amplitudes = true;  // the lists
 };
 
 /// Appends lists to another one in the order of their numbers, whatever the order in which they

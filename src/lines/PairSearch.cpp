@@ -4,17 +4,19 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <utility>
 
 #include "base/Failure.h"
 #include "base/LineKey.h"
 #include "base/Trace.h"
+#include "lines/BoltzmannFactors.h"
 #include "lines/PairRules.h"
-#include "lines/PairSelection.h"
 
 namespace kiv {
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr int kLastRank = 0xFFFF;  // of a LineKey
 
 }  // namespace
 
@@ -27,7 +29,7 @@ PairSearch::PairSearch(const LineTask& task, const AssignedSet& assigned, LineSc
       listening_(trace_ && trace_->WantsPairs()),
       list_(list),
       weights_(rules_, task.one_state()),
-      bound_(scratch.bound),
+      chooser_(task, scratch, memory),
       keep_dark_(weights_.is_on() && !(rules_.min_intensity >= 0.0)),
       match_(assigned, list, trace_),
       store_(list, memory, trace_) {
@@ -52,44 +54,58 @@ void PairSearch::SetValues() {
     values_.dropped = s_.dropped.data();
     values_.any_dropped = &any_dropped_;
     scratch_values_ = {s_.position.data(), s_.intensity.data(), s_.band.data(),
-                       s_.amplitude_real.data(), s_.amplitude_imag.data()};
+                       list_.amplitude_real.is_null() ? nullptr : s_.amplitude_real.data(),
+                       list_.amplitude_imag.is_null() ? nullptr : s_.amplitude_imag.data()};
 }
 
 Status PairSearch::Run(int J) {
     if (listening_) trace_->LowerJ(J);
-    if (bound_.is_on()) s_.groups.SetLowerJ(J, bound_);
+    if (chooser_.is_on()) chooser_.SetLowerJ(J);
     for (int Ju = J == 0 ? 1 : J - 1; Ju <= std::min(J + 1, task_.max_J()); ++Ju) {
         KIV_TRY(RunBranch(J, Ju));
     }
-    return {};
+    return KeepChosen();
 }
 
 Status PairSearch::RunBranch(int Jl, int Ju) {
-    sums_are_ready_ = groups_are_marked_ = false;
+    sums_are_ready_ = false;
     FillBounds(Ju);
-    const bool is_cut = bound_.is_on() && !listening_;
-    if (is_cut) {
-        bound_.SetBranch(Jl, Ju, s_.highest[2 * Ju]);
-        groups_are_marked_ = s_.groups.HasAny(bound_);
-        if (groups_are_marked_) {
-            PrepareSums(Jl, Ju);
-            s_.groups.MarkBranch(Ju, s_.sums, bound_);
+    const bool is_cut = chooser_.is_on() && !listening_;
+    if (is_cut) KIV_TRY(ChoosePairs(Jl, Ju));
+    if (!is_cut || trace_ || match_.HasUpTo(LineKey(Jl, Ju, kLastRank, kLastRank))) {
+        for (int rank = 0; rank <= 2 * Jl; ++rank) {
+            if (is_cut && !IsWanted(Jl, Ju, rank)) continue;
+            KIV_TRY(RunLevel(MakeLower(task_, Jl, rank), Ju));
         }
     }
-    for (int rank = 0; rank <= 2 * Jl; ++rank) {
-        if (is_cut && IsCutOff(Jl, Ju, rank)) continue;
-        KIV_TRY(RunLevel(MakeLower(task_, Jl, rank), Ju));
-    }
+    if (is_cut) KIV_TRY(KeepBefore(2 * Jl + 1));
     if (listening_) trace_->Branch(Jl, Ju);
     return {};
 }
 
-// True when the cut-off leaves nothing of a level and nobody wants to know of its pairs.
-bool PairSearch::IsCutOff(int Jl, int Ju, int rank) const {
-    constexpr int kLastUpper = 0xFFFF;
-    if (match_.HasUpTo(LineKey(Jl, Ju, rank, kLastUpper))) return false;
-    if (trace_ && weights_.IsNegative(task_.lower->energy[Levels::Index(Jl, rank)])) return false;
-    return !groups_are_marked_ || s_.groups.Leads(rank) == 0;
+// The pairs of the branch that the cut-off may leave.
+Status PairSearch::ChoosePairs(int Jl, int Ju) {
+    if (!chooser_.SetBranch(Jl, Ju, s_.highest[2 * Ju])) return {};
+    PrepareSums(Jl, Ju);
+    chooser_.MarkGroups();
+    for (int rank = 0; rank <= 2 * Jl; ++rank) {
+        if (chooser_.Leads(rank)) s_.ranges[rank] = RangeOf(s_.lowers[rank].level, Ju);
+    }
+    return chooser_.Choose(s_.ranges.Part(0, static_cast<std::size_t>(2 * Jl + 1)));
+}
+
+// The upper levels that a cut-off may leave lines with.
+UpperRange PairSearch::RangeOf(const LowerLevel& lower, int Ju) {
+    UpperRange range = UpperRangeOf(rules_.delta_K, lower.ka, Ju);
+    range.first = std::min(std::max(range.first, FirstUpward(lower, Ju)), range.last);
+    if (rules_.range) KeepInRange(lower, range);
+    return range;
+}
+
+// True when somebody may want to know of the pairs of a level that the cut-off leaves out.
+bool PairSearch::IsWanted(int Jl, int Ju, int rank) const {
+    return match_.HasUpTo(LineKey(Jl, Ju, rank, kLastRank)) ||
+           (trace_ && weights_.IsNegative(task_.lower->energy[Levels::Index(Jl, rank)]));
 }
 
 Status PairSearch::RunLevel(const LowerLevel& lower, int Ju) {
@@ -99,18 +115,17 @@ Status PairSearch::RunLevel(const LowerLevel& lower, int Ju) {
     // pairs that are matched, counted or told are looked at one by one, the dark ones included
     const bool is_counted = trace_ && weights_.IsNegative(lower.energy);
     const bool one_by_one = listening_ || matched || is_counted;
-    const bool is_cut = bound_.is_on() && !one_by_one;
-    if (is_cut && !groups_are_marked_) return {};
-    const int first = std::min(std::max(range.first, FirstUpward(lower, Ju)), range.last);
-    Window window{first, range.last, one_by_one};
+    if (chooser_.is_on() && !one_by_one) return {};  // the pairs are chosen already
+    Window window{range, one_by_one};
+    window.first = std::min(std::max(range.first, FirstUpward(lower, Ju)), range.last);
     if (one_by_one) {
-        PassDownward(lower, Ju, range.first, first);
+        PassDownward(lower, Ju, range.first, window.first);
     } else if (rules_.range) {
         KeepInRange(lower, window);
     }
     if (window.first >= window.last) return {};
     PrepareSums(lower.J, Ju);
-    return is_cut ? RunCut(lower, Ju, window) : RunAll(lower, Ju, window);
+    return RunAll(lower, Ju, window);
 }
 
 // The sums of a branch none of whose levels is looked at are not prepared.
@@ -121,6 +136,11 @@ void PairSearch::PrepareSums(int Jl, int Ju) {
 }
 
 Status PairSearch::RunAll(const LowerLevel& lower, int Ju, const Window& window) {
+    if (chooser_.is_on() && !listening_) {
+        KIV_TRY(KeepBefore(lower.rank));
+        KIV_TRY(KeepChosen());
+        chooser_.PassOver(lower.rank);
+    }
     const PartnerList& list =
         window.one_by_one || keep_dark_ ? s_.sums.AllPartners() : s_.sums.Partners(lower.rank);
     PairsOfLevel& pairs = s_.pairs;
@@ -135,83 +155,25 @@ Status PairSearch::RunAll(const LowerLevel& lower, int Ju, const Window& window)
         window.one_by_one ? scratch_values_ : store_.PlaceFor(pairs.num, scratch_values_);
     batch_ = {list.index + pairs.place, list.label + std::ptrdiff_t{6} * pairs.place,
               values_.lines};
-    EvaluateLevel();
+    for (int type = 0; type < kNumBands; ++type) {
+        values_.re[type] = pairs.amplitudes.real[type].data();
+        values_.im[type] = pairs.amplitudes.imag[type].data();
+    }
+    EvaluatePairs(pairs.num, pairs.of_lower());
     return window.one_by_one ? KeepOneByOne() : KeepLines();
 }
 
-// The pairs that the cut-off may leave, by their amplitudes class by class, are put together and
-// then looked at as in RunAll.
-Status PairSearch::RunCut(const LowerLevel& lower, int Ju, const Window& window) {
-    bound_.SetLower(lower, s_.groups.FactorsOf(lower.rank));
-    const int num = Choose(lower.rank, window);
-    if (num == 0) return {};
-    GatherCandidates(num);
-    s_.pairs.J_upper = Ju;
-    SetLevel(lower, s_.energy.data(), num);
-    values_.lines = scratch_values_;
-    batch_ = {s_.upper.data(), s_.label.data(), values_.lines};
-    EvaluateLevel();
-    return KeepLines();
-}
-
-// The pairs that the cut-off may leave, in the order of the upper levels.
-int PairSearch::Choose(int rank, const Window& window) {
-    const ClassLevels& upper = s_.sums.upper_classes();
-    int num = 0, num_classes = 0;
-    for (int c = 0; c < upper.num_classes(); ++c) {
-        const int first = upper.Below(c, window.first), last = upper.Below(c, window.last);
-        if (first == last || (s_.groups.Leads(rank) >> c & 1) == 0) continue;
-        const int before = num;
-        num = ChooseOfClass(rank, c, first, last, num);
-        num_classes += num > before;
-    }
-    if (num_classes > 1) {
-        std::sort(s_.candidates.begin(), s_.candidates.begin() + num,
-                  [](const Candidate& a, const Candidate& b) { return a.upper < b.upper; });
-    }
-    return num;
-}
-
-// Adds those with levels first..last-1 of a class to the `num` that there are.
-int PairSearch::ChooseOfClass(int rank, int upper_class, int first, int last, int num) {
-    ClassSums& sums = class_sums_[upper_class];
-    sums = s_.sums.SumsWith(rank, upper_class, first, last);
-    first_of_class_[upper_class] = first;
-    const PartnerList& list = s_.sums.ClassList(upper_class);
-    int num_chosen = 0;
-    SelectPairs({last - first, task_.is_complex(), sums.real, sums.imag, task_.projection.data(),
-                 list.energy + first, &bound_.parts(), s_.lines.data(), &num_chosen});
-    for (int i = 0; i < num_chosen; ++i) {
-        const int place = first + s_.lines[i];
-        s_.candidates[num++] = {list.index[place], upper_class, place};
-    }
-    return num;
-}
-
-// Amplitudes and levels of the pairs that were chosen, from the sums that they were chosen by.
-void PairSearch::GatherCandidates(int num) {
-    Amplitudes& amplitudes = s_.pairs.amplitudes;
-    const auto get = [](const double* sum, std::ptrdiff_t at) { return sum ? sum[at] : 0.0; };
-    for (int i = 0; i < num; ++i) {
-        const Candidate& candidate = s_.candidates[i];
-        const int c = candidate.upper_class;
-        const PartnerList& list = s_.sums.ClassList(c);
-        const ClassSums& sums = class_sums_[c];
-        const std::ptrdiff_t at = candidate.place - first_of_class_[c];
-        for (int type = 0; type < kNumBands; ++type) {
-            amplitudes.real[type][i] = get(sums.real[type], at);
-            if (task_.is_complex()) amplitudes.imag[type][i] = get(sums.imag[type], at);
-        }
-        s_.upper[i] = candidate.upper;
-        s_.energy[i] = list.energy[candidate.place];
-        std::copy_n(list.label + std::ptrdiff_t{6} * candidate.place, 6, &s_.label[6 * i]);
-    }
+// Those of the chosen pairs that are left of the levels before `rank`; pairs of many levels are
+// looked at together.
+Status PairSearch::KeepBefore(int rank) {
+    while (chooser_.TakeBefore(rank)) KIV_TRY(KeepChosen());
+    return {};
 }
 
 void PairSearch::FillBounds(int Ju) {
     upward_ = 0;
     const bool is_ranged = rules_.range.has_value();
-    if ((!task_.one_state() && !bound_.is_on() && !is_ranged) || listening_) return;
+    if ((!task_.one_state() && !chooser_.is_on() && !is_ranged) || listening_) return;
     const double* energy = &task_.upper->energy[Levels::Index(Ju, 0)];
     double highest = energy[0];
     for (int rank = 0; rank <= 2 * Ju; ++rank) {
@@ -238,18 +200,18 @@ int PairSearch::FirstUpward(const LowerLevel& lower, int Ju) {
     return upward_;
 }
 
-// Narrows the window to the levels that lie within the range, and others between them. An energy
-// that is not a number is above and below nothing: it may be left out, too.
-void PairSearch::KeepInRange(const LowerLevel& lower, Window& window) const {
+// Narrows a range of upper levels to those that lie within the range, and others between them. An
+// energy that is not a number is above and below nothing: it may be left out, too.
+void PairSearch::KeepInRange(const LowerLevel& lower, UpperRange& range) const {
     const auto position = [&](double energy) { return task_.origin + energy - lower.energy; };
     const double* const highest = s_.highest.data();
     const double* const lowest = s_.lowest.data();
-    window.first = static_cast<int>(
-        std::partition_point(highest + window.first, highest + window.last,
+    range.first = static_cast<int>(
+        std::partition_point(highest + range.first, highest + range.last,
                              [&](double E) { return position(E) < values_.lowest; }) -
         highest);
-    window.last = static_cast<int>(
-        std::partition_point(lowest + window.first, lowest + window.last,
+    range.last = static_cast<int>(
+        std::partition_point(lowest + range.first, lowest + range.last,
                              [&](double E) { return !(position(E) > values_.highest); }) -
         lowest);
 }
@@ -266,25 +228,20 @@ void PairSearch::PassDownward(const LowerLevel& lower, int Ju, int first, int la
 
 // Makes `lower` the lower level of `num` pairs with upper levels of these energies.
 void PairSearch::SetLevel(const LowerLevel& lower, const double* energy, int num) {
-    s_.pairs.lower = lower;
-    s_.pairs.num = num;
-    values_.num = num;
+    s_.pairs.SetLower(WeighedOf(lower, weights_), num);
     values_.energy = energy;
-    values_.lower_energy = lower.energy;
-    values_.spin_weight = lower.spin_weight;
-    values_.spin_root = std::sqrt(static_cast<float>(std::max(0, lower.spin_weight)));
     store_.SetLower(lower);
 }
 
-void PairSearch::EvaluateLevel() {
-    const PairsOfLevel& pairs = s_.pairs;
-    for (int type = 0; type < kNumBands; ++type) {
-        values_.re[type] = pairs.amplitudes.real[type].data();
-        values_.im[type] = pairs.amplitudes.imag[type].data();
-    }
-    weights_.SetLower(pairs.lower.energy);
+// Of pairs whose amplitudes and upper energies are known.
+void PairSearch::EvaluatePairs(int num, const LowerValues& lower) {
+    values_.num = num;
+    values_.lower_energy = lower.energy;
+    values_.spin_weight = lower.spin_weight;
+    values_.spin_root = lower.spin_root;
     if (weights_.is_on()) {
-        for (int i = 0; i < pairs.num; ++i) s_.factor[i] = weights_.Factor(values_.energy[i]);
+        FillFactors(
+            {weights_, num, values_.energy, lower.energy, lower.x1, lower.x2, s_.factor.data()});
     }
     Evaluate(values_);
 }
@@ -302,6 +259,28 @@ Status PairSearch::KeepLines() {
     for (std::int32_t i = 0; i < pairs.num; ++i) {
         s_.lines[kept] = i;
         kept += s_.dropped[i] == 0 && HasParityOf(pairs.lower, batch_.upper[i]);
+    }
+    return store_.Put(batch_, {s_.lines.data(), kept});
+}
+
+// The pairs that a cut-off may leave, of all levels since the last time.
+Status PairSearch::KeepChosen() {
+    const int num = s_.chosen ? std::exchange(s_.chosen->num, 0) : 0;
+    if (num == 0) return {};
+    const ChosenPairs& chosen = *s_.chosen;
+    for (int type = 0; type < kNumBands; ++type) {
+        values_.re[type] = chosen.real[type];
+        values_.im[type] = chosen.imag[type];
+    }
+    values_.energy = chosen.upper_energy;
+    values_.lines = store_.PlaceFor(num, scratch_values_);
+    batch_ = {chosen.upper, chosen.label, values_.lines, chosen.lower};
+    EvaluatePairs(num, chosen.of_lower());
+    if (!any_dropped_) return store_.PutAll(batch_, num);
+    std::size_t kept = 0;
+    for (std::int32_t i = 0; i < num; ++i) {
+        s_.lines[kept] = i;
+        kept += s_.dropped[i] == 0;
     }
     return store_.Put(batch_, {s_.lines.data(), kept});
 }

@@ -9,8 +9,8 @@
 #include "lines/LineScratch.h"
 #include "lines/LineStore.h"
 #include "lines/LineTask.h"
+#include "lines/PairChooser.h"
 #include "lines/PairValues.h"
-#include "lines/StrengthBound.h"
 
 namespace kiv {
 
@@ -31,28 +31,27 @@ class PairSearch {
 
   private:
     /// Upper levels of one lower level, and whether each is looked at.
-    struct Window {
-        int first, last;
+    struct Window : UpperRange {
         bool one_by_one;
     };
 
     void SetValues();
     Status RunBranch(int J_lower, int J_upper);
-    bool IsCutOff(int J_lower, int J_upper, int rank) const;
+    Status ChoosePairs(int J_lower, int J_upper);
+    UpperRange RangeOf(const LowerLevel& lower, int J_upper);
+    bool IsWanted(int J_lower, int J_upper, int rank) const;
     Status RunLevel(const LowerLevel& lower, int J_upper);
     Status RunAll(const LowerLevel& lower, int J_upper, const Window& window);
-    Status RunCut(const LowerLevel& lower, int J_upper, const Window& window);
+    Status KeepBefore(int rank);
     void PrepareSums(int J_lower, int J_upper);
     void FillBounds(int J_upper);
     int FirstUpward(const LowerLevel& lower, int J_upper);
-    void KeepInRange(const LowerLevel& lower, Window& window) const;
+    void KeepInRange(const LowerLevel& lower, UpperRange& range) const;
     void PassDownward(const LowerLevel& lower, int J_upper, int first, int last);
-    int Choose(int rank, const Window& window);
-    int ChooseOfClass(int rank, int upper_class, int first, int last, int num);
-    void GatherCandidates(int num);
     void SetLevel(const LowerLevel& lower, const double* energy, int num);
-    void EvaluateLevel();
+    void EvaluatePairs(int num, const LowerValues& lower);
     Status KeepLines();
+    Status KeepChosen();
     Status KeepOneByOne();
     bool HasParityOf(const LowerLevel& lower, std::int32_t upper) const;
     bool IsWeak(int pair) const;
@@ -68,15 +67,12 @@ class PairSearch {
     const bool listening_;  // every pair is told
     LineList& list_;
     Boltzmann weights_;
-    StrengthBound bound_;
+    PairChooser chooser_;
     const bool keep_dark_;  // pairs without intensity are lines, too
     LineMatch match_;
     LineStore store_;
-    bool groups_are_marked_ = false;  // in the branch at hand; false with a bound: none has a line
-    bool sums_are_ready_ = false;     // for the branch at hand
-    int upward_ = 0;  // one state: the first upper level that lies above the lower one
-    ClassSums class_sums_[kMaxBlocks];  // of the level at hand, by upper class
-    int first_of_class_[kMaxBlocks] = {};
+    bool sums_are_ready_ = false;  // for the branch at hand
+    int upward_ = 0;               // one state: the first upper level that lies above the lower one
     LineBatch batch_;
     PairRun values_{};
     LineValues scratch_values_;

@@ -8,7 +8,6 @@ namespace kiv {
 namespace {
 
 using Float4 = float __attribute__((vector_size(16)));
-using Long4 = long long __attribute__((vector_size(32)));
 using Char4 = char __attribute__((vector_size(4)));
 
 template <class To, class From>
@@ -19,7 +18,7 @@ KIV_INLINE void StoreAs(void* to, const From& from) {
 
 // The amplitudes of a few pairs in single precision, a, b, c of one pair after the other.
 KIV_INLINE void PutAmplitudes(const double* const (&amp)[kNumBands], int pair, const Vec4& scale,
-                              float root, float* out) {
+                              const Float4& root, float* out) {
     Float4 scaled[kNumBands];
     for (int type = 0; type < kNumBands; ++type) {
         Vec4 x;
@@ -38,6 +37,22 @@ KIV_INLINE void PutAmplitudes(const double* const (&amp)[kNumBands], int pair, c
     std::memcpy(out + 8, &third, sizeof third);
 }
 
+// Those of the real part, and of the imaginary one where there is one.
+KIV_INLINE void PutAllAmplitudes(const PairRun& run, int pair, const Vec4& factor) {
+    Vec4 scale = factor;
+    if (run.scaled) {
+        const Vec4 zero = {};
+        scale = factor > 0.0 ? factor : zero;
+        SqrtVec(scale);
+    }
+    Float4 root;
+    std::memcpy(&root, run.spin_root + pair, sizeof root);
+    PutAmplitudes(run.re, pair, scale, root, run.lines.amplitude_real + kNumBands * pair);
+    if (run.is_complex) {
+        PutAmplitudes(run.im, pair, scale, root, run.lines.amplitude_imag + kNumBands * pair);
+    }
+}
+
 constexpr int kPairs = 4;  // evaluated together
 
 template <class>
@@ -48,11 +63,13 @@ KIV_INLINE void EvaluateBody(const PairRun& run) {
     Long4 any = {};
     for (int i = 0; i < run.num; i += kPairs) {
         const Long4 left = kPlace < static_cast<long long>(run.num - i);  // not behind the last one
-        Vec4 a, b, c, energy, factor, raw;
+        Vec4 a, b, c, energy, lower_energy, spin_weight, factor, raw;
         LoadVec(a, run.re[kBandA] + i);
         LoadVec(b, run.re[kBandB] + i);
         LoadVec(c, run.re[kBandC] + i);
         LoadVec(energy, run.energy + i);
+        LoadVec(lower_energy, run.lower_energy + i);
+        LoadVec(spin_weight, run.spin_weight + i);
         LoadVec(factor, run.boltzmann + i);
         a = ma * a, b = mb * b, c = mc * c;
         Vec4 sa = a * a, sb = b * b, sc = c * c;
@@ -69,8 +86,8 @@ KIV_INLINE void EvaluateBody(const PairRun& run) {
             const Vec4 ab = a + b;
             raw = ab * ab + sc;
         }
-        const Vec4 strength = raw * run.spin_weight * factor;
-        const Vec4 position = run.origin + energy - run.lower_energy;
+        const Vec4 strength = raw * spin_weight * factor;
+        const Vec4 position = run.origin + energy - lower_energy;
         StoreVec(run.raw + i, raw);
         StoreVec(run.strength + i, strength);
         StoreVec(run.lines.position + i, position);
@@ -80,17 +97,7 @@ KIV_INLINE void EvaluateBody(const PairRun& run) {
                              : ((sb > sa) & (sb > sc)) != 0 ? none + 'B'
                                                             : none + 'C';
         StoreAs<Char4>(run.lines.band + i, letter);
-        Vec4 scale = factor;
-        if (run.scaled) {
-            const Vec4 zero = {};
-            scale = factor > 0.0 ? factor : zero;
-            SqrtVec(scale);
-        }
-        PutAmplitudes(run.re, i, scale, run.spin_root, run.lines.amplitude_real + kNumBands * i);
-        if (run.is_complex) {
-            PutAmplitudes(run.im, i, scale, run.spin_root,
-                          run.lines.amplitude_imag + kNumBands * i);
-        }
+        if (run.lines.amplitude_real) PutAllAmplitudes(run, i, factor);
         Long4 dropped = run.scaled ? strength <= run.cutoff : strength == 0.0;
         if (run.skip_dark) dropped |= raw == 0.0;
         if (run.upward_only) dropped |= position < 0.0;

@@ -1,4 +1,4 @@
-// Positions, intensities and stored amplitudes of the pairs of one lower level.
+// Positions, intensities and stored amplitudes of pairs of levels.
 #pragma once
 
 #include "lines/Amplitudes.h"
@@ -6,10 +6,9 @@
 
 namespace kiv {
 
-/// The pairs of one lower level with upper levels that follow each other in a list, and what
-/// becomes of them. All arrays have room for whole vectors behind the last pair.
+/// Pairs and what becomes of them. All arrays have room for whole vectors behind the last pair.
 ///
-//// Raw intensity: real states, a and b add coherently, c, whose amplitude is imaginary, in
+/// Raw intensity: real states, a and b add coherently, c, whose amplitude is imaginary, in
 /// quadrature; complex states, all three coherently. Strength = raw * spin weight * Boltzmann
 /// factor. The stored amplitudes carry the roots of the Boltzmann factor and, in single precision,
 /// of the spin weight.
@@ -25,10 +24,11 @@ struct PairRun {
     const double* re[kNumBands];  // amplitudes
     const double* im[kNumBands];
     double projection[kNumBands];
+    double origin;
     const double* energy;  // of the upper levels
-    double origin, lower_energy;
-    double spin_weight;
-    float spin_root;
+    const double* lower_energy;
+    const double* spin_weight;
+    const float* spin_root;
     const double* boltzmann;
     // results
     LineValues lines;

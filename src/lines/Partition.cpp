@@ -1,6 +1,7 @@
 #include "kiv/partition.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <new>
@@ -21,6 +22,9 @@ namespace {
 constexpr double kNeededShare = 0.999;
 constexpr double kOpen = 1e-7;      // of the sum: terms that are missed at its end
 constexpr double kColdest = 690.0;  // kT above which a level counts nothing
+// Beyond levels that are there, those of a J of which each holds less than this part of the sum,
+// divided by (2J+1)^2, may be missing: all of them, up to J 1000, make 1e-13 of Q at most.
+constexpr double kLost = 1e-16;
 
 // Sums over the levels of both states, J by J.
 class Summation {
@@ -41,14 +45,18 @@ class Summation {
             if (state.value(c) > 0.0) continue;
             return Error{ErrorCode::OutOfRange, "a rotational constant is not positive", NameOf(c)};
         }
-        StateEnergies energies_of(state, options_.levels[index], !equal_, work);
+        const auto term_of = [&](int J, std::span<const double> energies) {
+            return Term(J, energies, origin - zero);
+        };
+        StateEnergies energies_of(state, options_.levels[index], !equal_, term_of, work);
         double below = std::numeric_limits<double>::infinity();  // lowest level of J - 1
         double last = 0.0, before_last = 0.0;                    // terms
+        const Levels* const known = options_.levels[index];
         for (int J = 0;; ++J) {
-            const Result<std::span<const double>> solved = energies_of.Of(J);
+            if (known && J == known->max_J + 1) LimitEnergies(zero - origin, energies_of);
+            const Result<EnergySum> solved = energies_of.Of(J);
             if (!solved) return solved.error();
-            const std::span<const double> energies = solved.value();
-            const double lowest = *std::min_element(energies.begin(), energies.end());
+            const double lowest = solved.value().lowest;
             const bool is_open = std::max(last, before_last) >= kOpen * sum_;
             if (J > energies_of.last_fall() && lowest < below) {
                 result_.turned_over |= is_open;
@@ -61,7 +69,7 @@ class Summation {
             below = lowest;
             lowest_ = std::min(lowest_, origin + lowest);
             before_last = last;
-            last = Term(J, energies, origin - zero);
+            last = solved.value().sum;
             Count(J, last);
             const bool is_cold = origin - zero + lowest > kColdest * kT_;
             const bool falls = last <= before_last || last < 1e-9 * options_.negligible * sum_;
@@ -88,13 +96,23 @@ class Summation {
   private:
     bool IsNegligible(double term) const { return term < options_.negligible * sum_; }
 
+    void LimitEnergies(double zero, StateEnergies& energies_of) const {
+        const auto& weights = rules_.spin_weights;
+        const double weight = *std::max_element(weights.begin(), weights.end());
+        if (sum_ > 0.0) energies_of.Limit({zero + kT_ * UpperLog(weight / (kLost * sum_)), kT_});
+    }
+
     double Term(int J, std::span<const double> energies, double origin) const {
         double sum = 0.0;
-        for (int rank = 0; rank <= 2 * J; ++rank) {
-            const int ka = (rank + 1) / 2, kc = J - rank / 2;
-            const double weight = rules_.spin_weights[static_cast<std::size_t>(SpinClass(ka, kc))];
-            const double x = (origin + energies[static_cast<std::size_t>(rank)]) / kT_;
-            if (x < kColdest) sum += weight * ExpFunc(-x);
+        std::array<double, 4> weights{};  // return every four ranks
+        for (int rank = 0; rank < 4; ++rank) {
+            const int spin = SpinClass((rank + 1) / 2, J + 2 - rank / 2);
+            weights[static_cast<std::size_t>(rank)] =
+                rules_.spin_weights[static_cast<std::size_t>(spin)];
+        }
+        for (std::size_t rank = 0; rank < energies.size(); ++rank) {
+            const double x = (origin + energies[rank]) / kT_;
+            if (x < kColdest) sum += weights[rank % 4] * ExpFunc(-x);
         }
         return (2 * J + 1) * sum;
     }

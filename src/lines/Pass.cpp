@@ -98,7 +98,10 @@ Status Pass::FindLines() {
         if (!assigned) return assigned.error();
         found = assigned.value();
     }
-    if (!found) KIV_TRY(SearchLines(lines, work_, report_, room_.lines));
+    if (!found) {
+        KIV_TRY(room_.cosines.Fill(work_.memory(), task_.max_J, &work_.threads()));
+        KIV_TRY(SearchLines(lines, work_, report_, room_.lines));
+    }
     if (trace_) trace_->Leave(Step::ComputeLines);
     return {};
 }
@@ -152,14 +155,17 @@ Status PassRoom::ReserveLevels(const PassTask& task, const Memory& memory, State
 
 Status PassRoom::ReserveLines(const PassTask& task, const Memory& memory) {
     one_state = task.one_state();
-    return lines.Reserve(memory, kFirstLines, task.is_complex, task.one_state());
+    KIV_TRY(lines.Reserve(memory, kFirstLines, task.is_complex, task.one_state()));
+    if (task.has_amplitudes) return {};
+    lines.amplitude_real.Clear();
+    lines.amplitude_imag.Clear();
+    return {};
 }
 
 Status PassRoom::Reserve(const PassTask& task, const Memory& memory) {
     KIV_TRY(ReserveLevels(task, memory, kLower));
     if (!task.model->one_state) KIV_TRY(ReserveLevels(task, memory, kUpper));
-    KIV_TRY(ReserveLines(task, memory));
-    return cosines.Fill(memory, task.max_J);
+    return ReserveLines(task, memory);
 }
 
 Status RunPass(const PassTask& task, Workspace& work, Report& report, PassRoom& room) {
@@ -175,7 +181,7 @@ Result<LineList> ComputeLines(const Model& model, const Levels& lower, const Lev
     KIV_TRY(CheckRules(model, rules));
     const bool one_state = &lower == &upper;
     auto& cosines = work.Part<Cosines>(Workspace::Slot::Pass);
-    KIV_TRY(cosines.Fill(work.memory(), lower.max_J));
+    KIV_TRY(cosines.Fill(work.memory(), lower.max_J, &work.threads()));
     LineList list;
     KIV_TRY(list.Reserve(work.memory(), FirstRoom(lower.max_J), lower.is_complex, one_state));
     LineTask task{};

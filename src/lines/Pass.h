@@ -26,6 +26,7 @@ struct PassTask {
     bool within_lower = false;
     bool exchanges_axes = false;  // see Hamiltonian
     bool has_derivatives = true;  // of the levels, by the constants that are on
+    bool has_amplitudes = true;   // of the lines; without them their arrays are null
 
     bool one_state() const { return model->one_state || within_lower; }
 };
@@ -43,7 +44,7 @@ struct PassRoom {
     const Levels& lower() const { return levels[kLower]; }
     const Levels& upper() const { return levels[one_state ? kLower : kUpper]; }
 
-    /// Takes the arrays of a state, of the lines, of the cosines. NoMemory.
+    /// Takes the arrays of a state, of the lines. NoMemory.
     Status ReserveLevels(const PassTask& task, const Memory& memory, StateIndex index);
     Status ReserveLines(const PassTask& task, const Memory& memory);
     Status Reserve(const PassTask& task, const Memory& memory);

@@ -10,9 +10,6 @@ namespace {
 
 constexpr double kCancelled = 1e-12;  // of the second moment, in the width
 
-using Long4 = long long __attribute__((vector_size(32)));
-using Long8 = long long __attribute__((vector_size(64)));
-
 constexpr int kTwo = 2;  // vectors of levels side by side
 
 // Adds factor[m] times component k of the levels, which may lie outside.
@@ -74,15 +71,17 @@ KIV_INLINE void Mark(const SpreadRun& run, int level, const Vec& size, const Vec
 template <class Vec, class Mask>
 KIV_INLINE bool MayHaveAny(const SpreadRun& run, int level) {
     constexpr int kWidth = sizeof(Vec) / sizeof(double);
-    Mask any = {};
+    Vec most = {};
     for (int i = 0; i < kTwo; ++i) {
         const int at = level + kWidth * i;
         Vec energy, factor;
         LoadVec(energy, run.energy + at);
         const Vec dE = run.bound.highest - energy, zero = {};
         FillFactor<Vec>(run, at, dE > zero ? dE : zero, factor);
-        any |= run.bound.raw * factor > run.bound.cutoff;
+        const Vec bound = run.bound.raw * factor;
+        most = bound > most ? bound : most;
     }
+    const Mask any = most > run.bound.cutoff;
     long long flags[kWidth], sum = 0;
     std::memcpy(flags, &any, sizeof any);
     for (const long long flag : flags) sum |= flag;
@@ -121,7 +120,7 @@ KIV_INLINE void MarkTwo(const SpreadRun& run, int level) {
 
 template <class Vec>
 KIV_INLINE void MarkLevelsBody(const SpreadRun& run) {
-    using Mask = std::conditional_t<sizeof(Vec) == sizeof(Vec8), Long8, Long4>;
+    using Mask = typename MaskOf<Vec>::Type;
     constexpr int kStep = kTwo * sizeof(Vec) / sizeof(double);
     for (int level = 0; level < run.num_levels; level += kStep) MarkTwo<Vec, Mask>(run, level);
 }

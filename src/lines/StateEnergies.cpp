@@ -4,9 +4,11 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "base/Failure.h"
 #include "levels/Bands.h"
+#include "levels/OperatorBands.h"
 #include "linalg/Eispack.h"
 #include "linalg/Hermitian.h"
 #include "linalg/Tridiagonal.h"
@@ -14,7 +16,9 @@
 namespace kiv {
 namespace {
 
-constexpr int kFirstRoom = 63;  // highest J of the first scratch
+constexpr int kFewJ = 32;              // known ones that are not worth to be shared
+constexpr int kFirstRoom = 63;         // highest J of the first scratch
+constexpr double kLevelError = 1e-15;  // of kT, where rows are left out
 
 // Turned axes change no energy as long as there are no other constants.
 State WithoutIdleTilt(State state) {
@@ -44,18 +48,29 @@ int LargestBlock(const LevelBlocks& blocks) {
 
 }  // namespace
 
-StateEnergies::StateEnergies(const State& state, const Levels* known, bool sorted, Workspace& work)
+double UpperLog(double x) { return 0.69314718055994530942 * (std::ilogb(x) + 1); }
+
+double EnergyLimit::Of(int J) const { return highest + 2.0 * kT * UpperLog(2 * J + 1); }
+
+StateEnergies::StateEnergies(const State& state, const Levels* known, bool sorted, SumOf sum_of,
+                             Workspace& work)
     : turned_(Turn(WithoutIdleTilt(state))),
       H_{&turned_, NeedsComplex(WithoutIdleTilt(state))},
       known_(known),
       sorted_(sorted),
+      sum_of_(std::move(sum_of)),
+      has_rows_(known && OperatorBands::CanHold(H_)),
       work_(work) {}
 
-Result<std::span<const double>> StateEnergies::Of(int J) {
-    const auto size = static_cast<std::size_t>(2 * J + 1);
-    if (known_ && J <= known_->max_J) return known_->energy.Part(Levels::Index(J, 0), size);
-    if (J > last_J_) KIV_TRY(SolveFrom(J));
-    return std::span<const double>(EnergiesOf(J), size);
+Result<EnergySum> StateEnergies::Of(int J) {
+    if (J > last_J_) {
+        if (known_ && J <= known_->max_J) {
+            SumKnown();
+        } else {
+            KIV_TRY(SolveFrom(J));
+        }
+    }
+    return sums_[static_cast<std::size_t>(J - first_J_)];
 }
 
 double StateEnergies::last_fall() const {
@@ -66,6 +81,29 @@ double StateEnergies::last_fall() const {
         turned_.is_turned ? turned_.given
                           : std::array{value[Constant::A], value[Constant::B], value[Constant::C]};
     return 1.0 + linear / *std::min_element(given.begin(), given.end());
+}
+
+void StateEnergies::SumKnown() {
+    last_J_ = known_->max_J;
+    sums_.resize(static_cast<std::size_t>(last_J_ + 1));
+    const int parts = last_J_ < kFewJ ? 1 : work_.threads().num();
+    work_.threads().Share(parts, [this, parts](int part, int) {
+        for (int J = part; J <= last_J_; J += parts) {  // as many levels in each part
+            Sum(J, known_->energy.Part(Levels::Index(J, 0), static_cast<std::size_t>(2 * J + 1)));
+        }
+    });
+}
+
+void StateEnergies::Sum(int J, std::span<const double> energies) {
+    sums_[static_cast<std::size_t>(J - first_J_)] = {
+        *std::min_element(energies.begin(), energies.end()), sum_of_(J, energies)};
+}
+
+// Of the first `num` energies that were solved.
+void StateEnergies::SumSolved(int J, std::size_t num) {
+    const std::span<double> energies(EnergiesOf(J), num);
+    if (sorted_) std::sort(energies.begin(), energies.end());
+    Sum(J, energies);
 }
 
 double* StateEnergies::EnergiesOf(int J) {
@@ -85,8 +123,11 @@ Status StateEnergies::SolveFrom(int J) {
     first_J_ = J;
     last_J_ = J + parts * kAtOnce - 1;
     energies_.resize(Levels::Index(last_J_ + 1, 0) - Levels::Index(first_J_, 0));
+    sums_.resize(static_cast<std::size_t>(parts * kAtOnce));
     work_.threads().Share(parts, [this](int part, int) {
-        SolveSome(first_J_ + part * kAtOnce, rooms_[static_cast<std::size_t>(part)]);
+        Room& room = rooms_[static_cast<std::size_t>(part)];
+        has_rows_ ? SolveRows(first_J_ + part * kAtOnce, room)
+                  : SolveSome(first_J_ + part * kAtOnce, room);
     });
     return {};
 }
@@ -104,18 +145,47 @@ Status StateEnergies::FitRooms(int parts, int last_J, int room_J) {
 Status StateEnergies::Fit(int max_J, Room& room) {
     room.max_J = -1;
     const Memory& memory = work_.memory();
-    const ScratchSize size = SizeFor(H_);
-    const int width = (size.num_offsets - 1) / BlocksOf(H_.KeptRotations(), max_J).block[0].step;
-    const bool has_matrix = !H_.is_complex && width > 1;
     const auto n = static_cast<std::int64_t>(2 * max_J + 1);
-    const std::int64_t lanes = n * kPairLanes * kAtOnce;
-    KIV_TRY(room.scratch.Fit(memory, max_J, H_.is_complex, size));
-    if (!room.lanes_d.Take(memory, lanes) || !room.lanes_e2.Take(memory, lanes) ||
-        (has_matrix && !room.matrix.Take(memory, n * n))) {
+    const std::int64_t rows = has_rows_ ? BlockRows::RowsUpTo(max_J) : n;
+    const std::int64_t lanes = rows * kPairLanes * kAtOnce;
+    if (!room.lanes_d.TakeUnset(memory, lanes) || !room.lanes_e2.TakeUnset(memory, lanes)) {
         return NoMemory("");
     }
+    if (has_rows_) {
+        for (BlockRows& of_J : room.rows) KIV_TRY(of_J.Fit(memory, max_J));
+        room.max_J = max_J;
+        return {};
+    }
+    const ScratchSize size = SizeFor(H_, false);
+    const int width = (size.num_offsets - 1) / BlocksOf(H_.KeptRotations(), max_J).block[0].step;
+    const bool has_matrix = !H_.is_complex && width > 1;
+    KIV_TRY(room.scratch.Fit(memory, max_J, H_.is_complex, size));
+    if (has_matrix && !room.matrix.Take(memory, n * n)) return NoMemory("");
     room.max_J = max_J;
     return {};
+}
+
+// The first rows of the blocks, as many as the levels up to the limit need.
+void StateEnergies::SolveRows(int first_J, Room& room) {
+    int n = 0;
+    for (int i = 0; i < kAtOnce; ++i) {
+        BlockRows& rows = room.rows[i];
+        rows.Fill(H_, first_J + i);
+        const double highest = std::max(limit_.Of(first_J + i), rows.first());
+        n = std::max(n, BlockRows::RowsUpTo(rows.LastK(highest, kLevelError * limit_.kT)));
+    }
+    LaneMatrices sets[kAtOnce];
+    int num[kAtOnce];
+    for (int i = 0; i < kAtOnce; ++i) {
+        const std::ptrdiff_t at = std::ptrdiff_t{i} * n * kPairLanes;
+        sets[i] = {n, room.lanes_d.data() + at, room.lanes_e2.data() + at};
+        num[i] = room.rows[i].PutInLanes(sets[i]);
+    }
+    TridiagonalValues(sets);
+    for (int i = 0; i < kAtOnce; ++i) {
+        room.rows[i].TakeFromLanes(sets[i], EnergiesOf(first_J + i));
+        SumSolved(first_J + i, static_cast<std::size_t>(num[i]));
+    }
 }
 
 // The blocks of a J are the lanes of a set, filled up to the largest of all.
@@ -138,7 +208,7 @@ void StateEnergies::SolveSome(int first_J, Room& room) {
         for (int b = 0; b < blocks[i].num; ++b) {
             for (int k = 0; k < blocks[i].block[b].N; ++k) *next++ = sets[i].d[k * kPairLanes + b];
         }
-        if (sorted_) std::sort(energies, next);
+        SumSolved(first_J + i, static_cast<std::size_t>(next - energies));
     }
 }
 

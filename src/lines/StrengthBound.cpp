@@ -55,12 +55,6 @@ StrengthBound::Factors StrengthBound::FactorsOf(const LowerLevel& lower) const {
             weight2_ > 0.0 ? weight * weight2_ * ExpFunc(-lower.energy / kT2_) : 0.0};
 }
 
-void StrengthBound::SetLower(const LowerLevel& lower, const Factors& factors) {
-    parts_.lower_energy = lower.energy;
-    parts_.x1 = factors.x1;
-    parts_.x2 = factors.x2;
-}
-
 double StrengthBound::FactorAt(const Factors& factors, double dE) const {
     if (!parts_.one_state) return factors.x1 + factors.x2;
     if (!(dE > 0.0)) return 0.0;

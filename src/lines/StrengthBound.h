@@ -35,7 +35,8 @@ class StrengthBound {
     /// Makes J'' -> J' the branch of the next levels, `highest` being the highest energy of J'.
     void SetBranch(int J_lower, int J_upper, double highest);
 
-    /// Of a lower level: |weight| exp(-E''/kT) for both temperatures, with the margin.
+    /// Of a lower level: |weight| exp(-E''/kT) for both temperatures, with the margin; not
+    /// negative, 0 without a second temperature.
     struct Factors {
         double x1, x2;
     };
@@ -46,15 +47,10 @@ class StrengthBound {
         return parts_.raw * FactorAt(factors, parts_.highest - lower_energy) > parts_.cutoff;
     }
 
-    /// Makes `lower` the lower level of parts().
-    void SetLower(const LowerLevel& lower, const Factors& factors);
-
-    /// Bounds of single pairs of the level: intensity <= raw * FactorOf(E'), in parts. Each is not
-    /// negative; those of the second temperature are 0 without one.
+    /// Bounds of single pairs: intensity <= raw * factor with the factor of B above, from the x of
+    /// the lower level (FactorsOf) and these.
     struct Parts {
         bool one_state;
-        double lower_energy;
-        double x1, x2;                    // weight and margin included
         double per_energy1, per_energy2;  // 1/kT
         double cutoff;
         double raw, highest;  // of the branch: largest raw intensity and energy

@@ -1,5 +1,6 @@
 #include "lines/UpperLevels.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <iterator>
 
@@ -70,11 +71,12 @@ Status UpperLevels::Begin(const Memory& memory, const Levels& levels, std::uint8
     const std::int64_t square =
         std::int64_t{VecLd(n)} * RowLd(n) + (kMaxBlocks + 1) * kVecStep * RowLd(1);
     for (int part = 0; part < num_parts(); ++part) {
-        if (!rows_[part].Fit(memory, square)) return NoMemory(array_name::kUpperRows);
+        if (!rows_[part].FitUnset(memory, square)) return NoMemory(array_name::kUpperRows);
         start_[part] = AlignVec(rows_[part].data());
     }
-    if (!index_.Fit(memory, room) || !below_.Fit(memory, room) || !place_of_.Fit(memory, room) ||
-        !energy_.Fit(memory, room) || !label_.Fit(memory, 6 * room)) {
+    if (!index_.FitUnset(memory, room) || !below_.FitUnset(memory, room) ||
+        !place_of_.FitUnset(memory, room) || !energy_.FitUnset(memory, room) ||
+        !label_.FitUnset(memory, 6 * room)) {
         return NoMemory(array_name::kUpperList);
     }
     return {};
@@ -91,6 +93,7 @@ void UpperLevels::Load(int J) {
         has_rows_[c][0] = has_rows_[c][1] = false;
     }
     for (PartnerList& list : lists_) list.filled = false;
+    num_lists_ = 0;
 }
 
 const double* UpperLevels::Rows(int c, int part) {
@@ -111,7 +114,8 @@ const PartnerList& UpperLevels::Partners(unsigned classes) {
 
 void UpperLevels::FillList(unsigned classes, PartnerList& list) {
     const int J = by_class_.J(), n = 2 * J + 1;
-    const std::size_t first = std::size_t{classes} * static_cast<std::size_t>(list_room_);
+    const std::size_t first =
+        static_cast<std::size_t>(num_lists_++) * static_cast<std::size_t>(list_room_);
     const std::size_t level = Levels::Index(J, 0);
     std::size_t place = 0;
     for (int rank = 0; rank < n; ++rank) {
@@ -126,9 +130,11 @@ void UpperLevels::FillList(unsigned classes, PartnerList& list) {
         label[0] = static_cast<std::int16_t>(J);
         label[1] = levels_->ka[level + rank];
         label[2] = levels_->kc[level + rank];
+        std::fill_n(label + 3, 3, std::int16_t{0});
         ++place;
     }
     below_[first + n] = static_cast<std::int32_t>(place);
+    std::fill_n(&energy_[first + place], kLineGroup, levels_->energy[level]);  // whole vectors
     list = {true,           &index_[first],   &energy_[first], &label_[6 * first],
             &below_[first], &place_of_[first]};
 }

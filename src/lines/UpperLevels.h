@@ -52,7 +52,8 @@ class UpperLevels {
     Array<double> rows_[2];              // real and imaginary part
     double* start_[2] = {};              // where they begin
     PartnerList lists_[1U << kMaxBlocks];
-    int list_room_ = 0;  // entries between the lists
+    int list_room_ = 0;  // entries between the lists, which stand in the order of their first use
+    int num_lists_ = 0;
     Array<std::int32_t> index_, below_, place_of_;
     Array<double> energy_;
     Array<std::int16_t> label_;

@@ -16,7 +16,8 @@ constexpr double kSameMatrix = 1e-9;  // by its trace and norm
 
 }  // namespace
 
-void UpperMatrix::Begin(const Memory& memory, const LineTask& task, std::uint8_t kept) {
+void UpperMatrix::Begin(const Memory& memory, const LineTask& task, std::uint8_t kept,
+                        BlockScratch& scratch) {
     task_ = &task;
     kept_ = kept;
     J_ = -1;
@@ -24,18 +25,18 @@ void UpperMatrix::Begin(const Memory& memory, const LineTask& task, std::uint8_t
     ld_ = 2 * task.max_J() + 1;
     is_known_ = H.state && !H.is_complex && H.KeptRotations() == kept && task.lower->kept == kept &&
                 task.upper->kept == kept && !IsSolvedInOwnAxes(H) &&
-                scratch_.Fit(memory, task.max_J(), false, SizeFor(H)) &&
+                scratch.Fit(memory, task.max_J(), false, SizeFor(H, false)) &&
                 diagonal_.Fit(memory, kMaxBlocks * std::int64_t{ld_}) &&
                 beside_.Fit(memory, kMaxBlocks * std::int64_t{ld_});
 }
 
-void UpperMatrix::Load(int J, const ClassLevels& classes) {
+void UpperMatrix::Load(int J, const ClassLevels& classes, BlockScratch& scratch) {
     if (J_ == J) return;
     J_ = J;
     std::fill_n(has_, kMaxBlocks, false);
     if (!is_known_) return;
-    BuildBlocks(task_->H_upper, kept_, J, scratch_);
-    const HamOp& ham = scratch_.ham[0];
+    BuildBlocks(task_->H_upper, kept_, J, scratch);
+    const HamOp& ham = scratch.ham[0];
     if (ham.width > 1) return;
     double largest = 0.0;
     const double* const energy = &task_->upper->energy[Levels::Index(J, 0)];
@@ -44,18 +45,17 @@ void UpperMatrix::Load(int J, const ClassLevels& classes) {
     for (int c = 0; c < classes.num_classes(); ++c) {
         const int N = classes.Class(c).N;
         double *const d = diagonal_.data() + Place(c), *const e = beside_.data() + Place(c);
-        std::copy_n(ham.band[0] + scratch_.first[c], N, d);
+        std::copy_n(ham.band[0] + scratch.first[c], N, d);
         std::fill_n(e, N, 0.0);
-        if (ham.width == 1) std::copy_n(ham.band[1] + scratch_.first[c], N - 1, e);
-        has_[c] = IsOf(classes, c);
+        if (ham.width == 1) std::copy_n(ham.band[1] + scratch.first[c], N - 1, e);
+        has_[c] = IsOf(classes, scratch.blocks, c);
     }
 }
 
 // The levels may have been solved from other constants than those at hand.
-bool UpperMatrix::IsOf(const ClassLevels& classes, int c) const {
-    const SymBlock &block = scratch_.blocks.block[c], &of_class = classes.Class(c);
-    if (c >= scratch_.blocks.num || block.N != of_class.N || block.odd != of_class.odd)
-        return false;
+bool UpperMatrix::IsOf(const ClassLevels& classes, const LevelBlocks& blocks, int c) const {
+    const SymBlock &block = blocks.block[c], &of_class = classes.Class(c);
+    if (c >= blocks.num || block.N != of_class.N || block.odd != of_class.odd) return false;
     double trace = 0.0, norm2 = 0.0, sum = 0.0, sum2 = 0.0;
     for (int m = 0; m < block.N; ++m) {
         const double d = Diagonal(c)[m], e = Beside(c)[m];

@@ -11,10 +11,12 @@ class UpperMatrix {
   public:
     /// Takes room for `task`, whose states both keep `kept`. Where its matrices are not known,
     /// real, tridiagonal and those of these classes, none is found later on; nor without memory.
-    void Begin(const Memory& memory, const LineTask& task, std::uint8_t kept);
+    /// `scratch` is fitted to the task.
+    void Begin(const Memory& memory, const LineTask& task, std::uint8_t kept,
+               BlockScratch& scratch);
 
-    /// Builds the matrices of J, which has these classes.
-    void Load(int J, const ClassLevels& classes);
+    /// Builds the matrices of J, which has these classes, in the scratch of Begin.
+    void Load(int J, const ClassLevels& classes, BlockScratch& scratch);
 
     /// True when class c has one whose levels are those of the task.
     bool Has(int c) const { return has_[c]; }
@@ -29,7 +31,7 @@ class UpperMatrix {
 
   private:
     std::ptrdiff_t Place(int c) const { return c * std::ptrdiff_t{ld_}; }
-    bool IsOf(const ClassLevels& classes, int c) const;
+    bool IsOf(const ClassLevels& classes, const LevelBlocks& blocks, int c) const;
 
     const LineTask* task_ = nullptr;
     std::uint8_t kept_ = 0;
@@ -37,7 +39,6 @@ class UpperMatrix {
     int J_ = -1;
     bool has_[kMaxBlocks] = {};
     double tolerance_ = 0.0;
-    BlockScratch scratch_;
     int ld_ = 0;
     Array<double> diagonal_, beside_;
 };

@@ -173,6 +173,36 @@ TEST(Cut, KeepsAssignedLines) {
 }
 
 // Any number of threads gives the bits of one, assignments and small rooms included; a calculation
+// Who needs no amplitudes gets the same lines without them, with a cut-off and on threads, too.
+TEST(Lines, AreTheSameWithoutAmplitudes) {
+    Workspace alone, shared(Memory(), 3);
+    std::int64_t num = 0;
+    for (unsigned seed = 0; seed < 60; ++seed) {
+        const Calculation calculation = RandomThermal(seed);
+        const Model& model = calculation.model;
+        LineRules rules = calculation.settings.lines;
+        rules.min_intensity = seed % 2 == 0 ? 0.0 : 1e-3;
+        PassTask task{&model, calculation.settings.max_J, &rules};
+        task.is_complex = NeedsComplex(model);
+        Workspace& work = seed % 3 == 0 ? shared : alone;
+        Bits found[2];
+        for (const bool has_amplitudes : {true, false}) {
+            task.has_amplitudes = has_amplitudes;
+            PassRoom room;
+            Report silent;
+            ASSERT_TRUE(room.Reserve(task, work.memory()).ok());
+            (void)RunPass(task, work, silent, room);  // there may be no lines
+            EXPECT_EQ(room.lines.amplitude_real.is_null(), !has_amplitudes);
+            room.lines.amplitude_real.Clear();
+            room.lines.amplitude_imag.Clear();
+            found[has_amplitudes] = BitsOf(room.lines);
+            num += room.lines.size;
+        }
+        EXPECT_EQ(found[0], found[1]) << seed;
+    }
+    EXPECT_GT(num, 10000);
+}
+
 // that is cancelled or lacks memory ends and leaves its workspace sound.
 TEST(Threads, ChangeNothing) {
     for (const int num : {2, 3, 7}) {

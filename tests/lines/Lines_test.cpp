@@ -1,8 +1,12 @@
 // Positions, strengths and weights of lines, and which pairs are lines.
 
 #include <cmath>
+#include <iterator>
+#include <random>
+#include <vector>
 
 #include "lines/Boltzmann.h"
+#include "lines/BoltzmannFactors.h"
 #include "lines/LineTest.h"
 #include "support/SlowRotor.h"
 
@@ -177,6 +181,41 @@ TEST(Boltzmann, IsNeverNotANumber) {
         }
     }
     EXPECT_GT(mended, 20);
+}
+
+// Pairs of any lower levels side by side, ordinary ones beside those of rare paths.
+TEST(Boltzmann, FactorsOfManyPairsAreThoseOfEach) {
+    constexpr int kPairs = 1003, kRoom = kPairs + 8;
+    const double hard[] = {0.0, -0.0, -3.0, 1e-300, 700.0, 1400.0, 1e6, 1e308, INFINITY, NAN};
+    std::mt19937_64 random(7);
+    std::uniform_real_distribution<double> energy(0.0, 60.0);
+    std::vector<double> upper(kRoom), lower(kRoom), x1(kRoom), x2(kRoom), factor(kRoom);
+    for (const bool one_state : {true, false}) {
+        for (const double weight2 : {0.0, 0.3, -2.0, 1e300, double{INFINITY}}) {
+            LineRules rules;
+            rules.temperature = rules.energy_per_kelvin = 1.0;
+            rules.temperature2 = weight2 != 0.0 ? 0.4 : 0.0;
+            rules.weight2 = weight2;
+            Boltzmann weights(rules, one_state);
+            for (int i = 0; i < kPairs; ++i) {
+                const bool is_hard = random() % 8 == 0;
+                upper[i] = is_hard ? hard[random() % std::size(hard)] : energy(random);
+                lower[i] = is_hard ? hard[random() % std::size(hard)] : energy(random);
+                weights.SetLower(lower[i]);
+                x1[i] = weights.terms().x1;
+                x2[i] = weights.terms().x2;
+            }
+            FillFactors(
+                {weights, kPairs, upper.data(), lower.data(), x1.data(), x2.data(), factor.data()});
+            for (int i = 0; i < kPairs; ++i) {
+                weights.SetLower(lower[i]);
+                const double expected = weights.Factor(upper[i]);
+                if (std::isnan(expected) && std::isnan(factor[i])) continue;
+                EXPECT_EQ(factor[i], expected) << upper[i] << " " << lower[i] << " " << weight2;
+                EXPECT_EQ(std::signbit(factor[i]), std::signbit(expected));
+            }
+        }
+    }
 }
 
 // A large origin makes lines of positions above 0 of pairs that go far down in energy.

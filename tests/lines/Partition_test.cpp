@@ -7,8 +7,10 @@
 #include <cmath>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
+#include "lines/StateEnergies.h"
 #include "support/Rotor.h"
 #include "support/SlowRotor.h"
 
@@ -183,6 +185,75 @@ TEST(Partition, IsTheSameOnThreadsAndWithKnownLevels) {
             EXPECT_EQ(known.J_needed, whole.J_needed);
         }
     }
+}
+
+// Tops whose blocks are hard to cut: close to each symmetric limit, heavy, and with distortion that
+// lets levels of high K fall.
+std::vector<PartitionCase> HardCases() {
+    return {{"near_prolate", State::Rigid(12.0, 1.001, 1.0).Set(Constant::dK, 1e-6), {1, 1, 1, 1}},
+            {"near_oblate", State::Rigid(9.0, 8.999, 4.6).Set(Constant::DK, 1e-4), {9, 7, 3, 2}},
+            {"spherical", State::Rigid(5.0, 5.0, 5.0), {1, 1, 1, 1}},
+            {"most_asymmetric", State::Rigid(9.0, 6.0, 3.0), {0, 0, 3, 5}},
+            {"heavy", State::Rigid(0.4, 0.1, 0.09), {1, 3, 1, 3}},
+            {"high_K_falls", State::Rigid(0.4, 0.1, 0.09).Set(Constant::DK, 2e-4), {1, 1, 1, 1}},
+            {"high_J_falls", State::Rigid(0.4, 0.1, 0.09).Set(Constant::DJ, 2e-6), {1, 1, 1, 1}},
+            {"cold", State::Rigid(900.0, 700.0, 350.0), {0, 1, 0, 1}}};
+}
+
+// Rows that the blocks of high J are solved without.
+TEST(Partition, LeavesOutNothingThatCounts) {
+    Workspace one, three(Memory(), 3);
+    for (const PartitionCase& c : HardCases()) {
+        SCOPED_TRACE(c.name);
+        const Model model = OneState(c.state);
+        Settings settings = At(200.0, 10);
+        settings.lines.spin_weights = c.weights;
+        const Partition whole = Sum(model, settings);
+        for (const int max_J : {10, 30}) {
+            const Levels first = SolveEnergies(c.state, max_J, one).value();
+            PartitionOptions options;
+            options.levels[kLower] = &first;
+            const Partition cut = SumPartition(model, settings, one, options).value();
+            EXPECT_EQ(SumPartition(model, settings, three, options).value().Q, cut.Q);
+            EXPECT_NEAR(cut.Q, whole.Q, 1e-13 * whole.Q);
+            EXPECT_EQ(cut.last_J, whole.last_J);
+            EXPECT_EQ(cut.J_needed, whole.J_needed);
+            EXPECT_EQ(cut.turned_over, whole.turned_over);
+        }
+    }
+}
+
+TEST(Partition, EnergiesUpToALimitAreThoseOfAllRows) {
+    constexpr int kHighestJ = 63;
+    Workspace work;
+    std::size_t left_out = 0;
+    for (const PartitionCase& c : HardCases()) {
+        SCOPED_TRACE(c.name);
+        const Levels all = SolveEnergies(c.state, kHighestJ, work).value();
+        const double highest = all.Energy(50, 40);
+        const Levels first = SolveEnergies(c.state, 5, work).value();
+        std::vector<std::vector<double>> of_J(kHighestJ + 4);
+        const auto take = [&](int J, std::span<const double> energies) {
+            of_J.at(static_cast<std::size_t>(J)).assign(energies.begin(), energies.end());
+            return 1.0 * J;
+        };
+        StateEnergies energies(c.state, &first, true, take, work);
+        energies.Limit({highest, highest / 40.0});
+        for (int J = 0; J <= kHighestJ; ++J) {
+            ASSERT_EQ(energies.Of(J).value().sum, 1.0 * J);
+            const std::vector<double>& some = of_J[static_cast<std::size_t>(J)];
+            const std::span<const double> known =
+                all.energy.Part(Levels::Index(J, 0), static_cast<std::size_t>(2 * J + 1));
+            left_out += known.size() - some.size();
+            EXPECT_EQ(energies.Of(J).value().lowest, *std::min_element(some.begin(), some.end()));
+            std::size_t rank = 0;
+            do {
+                ASSERT_LT(rank, some.size());
+                EXPECT_NEAR(some[rank], known[rank], 1e-13 * std::fabs(known.back()) + 1e-12);
+            } while (++rank < known.size() && known[rank] <= highest);
+        }
+    }
+    EXPECT_GT(left_out, 1000U);
 }
 
 // Memory that is enough for one thread is enough for any number of them.
