@@ -39,6 +39,11 @@ class AbsoluteIntensity {
     /// infinity where one factor is 0. It has a value where I itself is too small for a double.
     double Lg(double frequency, double lower_energy, double strength) const;
 
+    double kT() const { return kT_; }
+
+    /// 4.16231e-5 MHz / Q, MHz that of the constructor.
+    double factor() const { return factor_; }
+
   private:
     double kT_, factor_;
 };
@@ -120,8 +125,19 @@ class Catalog {
     /// Line number `place`, 0 <= place < size.
     CatalogLine Line(std::int32_t place, const AbsoluteIntensity& absolute) const;
 
+    /// Index in the list of line number `place`.
+    std::int32_t IndexOf(std::int32_t place) const {
+        return static_cast<std::int32_t>(word_[static_cast<std::size_t>(place)] & line_mask_);
+    }
+
     /// Brings the line nearer to the processor, which soon asks for it.
-    void Fetch(std::int32_t place) const;
+    void Fetch(std::int32_t place) const {
+        const auto n = static_cast<std::size_t>(IndexOf(place));
+        __builtin_prefetch(&source_.lines->position[n]);
+        __builtin_prefetch(&source_.lines->intensity[n]);
+        __builtin_prefetch(&source_.lines->label[6 * n]);
+        if (!source_.strength.empty()) __builtin_prefetch(&source_.strength[n]);
+    }
 
     const CatalogSource& source() const { return source_; }
 
@@ -131,7 +147,8 @@ class Catalog {
     char BandOf(std::size_t line) const;
 
     CatalogSource source_;
-    Array<std::int32_t> order_;
+    Array<std::uint64_t> word_;  // by place: the index in its lowest bits
+    std::uint64_t line_mask_ = 0;
     std::int32_t size_ = 0;
 };
 

@@ -82,7 +82,7 @@ class TextMemory {
 // " %11.4lf"
 char* PutColumn(char* out, double value) {
     *out++ = ' ';
-    return PutFixed4(out, value, 11);
+    return PutFixed4<11>(out, value);
 }
 
 // Quantum numbers of one level, J in `width` columns.
@@ -110,7 +110,7 @@ class RowWriter {
         out = PutKnownLevel(out, upper_, &from_.label[6 * n], 2);
         out = PutKnownLevel(out, lower_, &from_.label[6 * n + 3], 3);
         *out++ = ' ';
-        out = PutFixed4(out, static_cast<double>(from_.intensity[n]), 8);
+        out = PutFixed4<8>(out, static_cast<double>(from_.intensity[n]));
         const double observed = from_.observed[n], calculated = from_.calculated[n];
         out = PutObserved(out, observed);
         out = PutColumn(out, calculated);

@@ -10,29 +10,20 @@
 namespace kiv {
 namespace {
 
+using num_text::kUnits;
+using num_text::PutPair;
+
 // Below 2^49 the value in units of 0.0001 fits 63 bits, and the lowest bit of the mantissa is
 // worth less than 1. Numbers beyond, and those next to a tie, are left to printf.
 constexpr double kExactLimit = 0x1p49;
-
-constexpr std::uint64_t kUnits = 10000;  // of 0.0001
 
 // A fraction of a unit that lies this near to one half may be a tie: the error of its product with
 // 10000 is below 2^-40.
 constexpr double kDoubt = 0x1p-30;
 
-// "00", "01" .. "99"
-constexpr std::array<char, 200> kPairs = [] {
-    std::array<char, 200> pairs{};
-    for (int i = 0; i < 100; ++i) {
-        pairs[2 * i] = static_cast<char>('0' + i / 10);
-        pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
-    }
-    return pairs;
-}();
-
 // " 0" .. " 9", "10" .. "99"
 constexpr std::array<char, 200> kBlankPairs = [] {
-    std::array<char, 200> pairs = kPairs;
+    std::array<char, 200> pairs = num_text::kPairs;
     for (int i = 0; i < 10; ++i) pairs[2 * i] = ' ';
     return pairs;
 }();
@@ -46,8 +37,6 @@ constexpr std::array<std::uint64_t, 20> kPowersOf10 = [] {
     }
     return powers;
 }();
-
-void PutPair(char* out, std::uint64_t pair) { std::memcpy(out, &kPairs[2 * pair], 2); }
 
 // Decimal digits of x, 1 for 0; log10(2) = 1233/4096 is close enough to be off by at most one.
 int NumDigits(std::uint64_t x) {
@@ -86,35 +75,7 @@ Rounded Round(double magnitude) {
     return units == kUnits ? Rounded{whole + 1, 0} : Rounded{whole, units};
 }
 
-// Eight decimal digits of x < 10^8, the first one in the lowest byte: pairs of four, two and one
-// digit are split side by side in one register.
-std::uint64_t SplitDigits(std::uint32_t x) {
-    const std::uint64_t fours = x / 10000 | std::uint64_t{x % 10000} << 32;
-    const std::uint64_t hundreds = (fours * 10486 >> 20) & 0x0000007F0000007F;
-    const std::uint64_t pairs = hundreds | (fours - 100 * hundreds) << 16;
-    const std::uint64_t tens = (pairs * 103 >> 10) & 0x000F000F000F000F;
-    return tens | (pairs - 10 * tens) << 8;
-}
-
-// The text of a number in a field that its digits and sign do not widen; 6 <= width <= 13.
-char* PutFitting(char* out, Rounded number, int sign, int width) {
-    const std::uint64_t digits = SplitDigits(static_cast<std::uint32_t>(number.whole));
-    // Bits before the first digit that is shown, which is the last one for 0.
-    const int leading = std::countr_zero(digits | std::uint64_t{1} << 56) & ~7;
-    const std::uint64_t blanks = (std::uint64_t{1} << leading) - 1;
-    std::uint64_t text = digits + 0x3030303030303030 - (blanks & 0x1010101010101010);
-    // In place of the blank before it; without one the sign is 0 and so is the number of bits.
-    text += static_cast<std::uint64_t>(sign * ('-' - ' ')) << ((leading - 8) & 63);
-    text >>= 8 * (13 - width);
-    std::memcpy(out, &text, sizeof text);
-    char* const end = out + width;
-    end[-5] = '.';
-    PutPair(end - 4, number.units / 100);
-    PutPair(end - 2, number.units % 100);
-    return end;
-}
-
-// The text of any other number.
+// The text of a number in a field of any width.
 char* PutWide(char* out, Rounded number, int sign, int width) {
     const int length = sign + NumDigits(number.whole) + 5;
     const int blanks = length < width ? width - length : 0;
@@ -135,10 +96,7 @@ char* PutFixed4(char* out, double value, int width) {
     const bool is_small = magnitude < kExactLimit;  // not-a-numbers are not
     const Rounded number = is_small ? Round(magnitude) : Rounded{0, 0, true};
     if (number.in_doubt) return out + std::snprintf(out, kFixed4Room, "%*.4f", width, value);
-    const int sign = std::signbit(value) ? 1 : 0;
-    const int columns = width - 5 - sign;  // for the whole part
-    const bool fits = columns >= 1 && width <= 13 && number.whole < kPowersOf10[columns];
-    return fits ? PutFitting(out, number, sign, width) : PutWide(out, number, sign, width);
+    return PutWide(out, number, std::signbit(value) ? 1 : 0, width);
 }
 
 char* PutInt(char* out, int value, int width) {

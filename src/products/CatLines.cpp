@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <utility>
 
 #include "io/NumText.h"
+#include "products/CatTexts.h"
 #include "products/CatalogBlocks.h"
 #include "products/Fields.h"
 #include "products/LineTexts.h"
@@ -11,104 +11,96 @@
 namespace kiv {
 namespace {
 
-constexpr double kMostMHz = 99999999.99995;                            // that F13.4 holds
-constexpr double kMostError = 999.9999, kMostNegativeError = 99.9999;  // that F8.4 holds
-constexpr double kLeastNegativeError = 1e-4;
-constexpr int kErrorColumns = 8;
+constexpr double kMostMHz = 99999999.99995;  // that F13.4 holds
 constexpr double kLeastLg = -99.9999;
-constexpr std::size_t kRow = 81;
 
-// Texts of a level, made when they are first needed.
-struct LevelText {
-    char quanta[12];  // six times two columns
-    char energy[10];
-    bool is_known = false;
-};
+// Copies a text with what stands behind its columns, in whose place the next one comes.
+template <std::size_t Size>
+char* PutText(char* out, const std::array<char, Size>& text, std::size_t columns = Size) {
+    std::memcpy(out, text.data(), Size);
+    return out + columns;
+}
 
 class CatWriter {
   public:
-    explicit CatWriter(const LineTable& table)
-        : table_(table),
-          lower_(table.catalog.source().lower->size()),
-          upper_(table.catalog.source().upper->size()) {
-        char* end = PutInt(tail_, table.tag, 7);
-        PutInt(end, table.two_states ? 1404 : 303, 4);
-        char field[kFixed4Room];
-        PutField4(field, ErrorOf(0.0), kErrorColumns);
-        std::memcpy(no_error_, field, sizeof no_error_);
-    }
+    using Source = CatTexts;
+    static constexpr std::size_t kUsualRow = 81;
+    static constexpr std::int32_t kGroup = QuickLg::kLanes, kAhead = kGroup;
 
-    bool Accepts(const CatalogLine& line) const {
-        return !(line.lg < table_.min_lgint) && std::isfinite(line.lg);
-    }
+    explicit CatWriter(const CatTexts& texts)
+        : texts_(texts), table_(texts.table()), lines_(*table_.catalog.source().lines) {}
 
-    char* Put(char* out, const CatalogLine& line) {
-        LevelText& upper =
-            Known(upper_, line.upper_level, table_.v_upper, line.upper, line.upper_energy);
-        LevelText& lower =
-            Known(lower_, line.lower_level, table_.v_lower, line.lower, line.lower_energy);
-        const bool is_swapped = line.frequency < 0.0;
-        const LevelText &high = is_swapped ? lower : upper, &low = is_swapped ? upper : lower;
-        const int J = is_swapped ? line.lower.J : line.upper.J;
-        out = PutField4(out, std::fabs(line.frequency) * Unit(), 13);
-        out = PutError(out, line);
-        out = PutField4(out, std::max(line.lg, kLeastLg), 8);
-        std::memcpy(out, " 3", 2);
-        out += 2;
-        std::memcpy(out, low.energy, sizeof low.energy);
-        out += sizeof low.energy;
-        out = PutLettered(out, line.spin_weight * (2 * J + 1), 3);
-        std::memcpy(out, tail_, 11);
-        out += 11;
-        for (const LevelText* level : {&high, &low}) {
-            std::memcpy(out, level->quanta, sizeof level->quanta);
-            out += sizeof level->quanta;
+    // The numbers of a group come before its texts: they are found side by side.
+    void Read(std::int32_t first, std::int32_t last) {
+        const Catalog& catalog = table_.catalog;
+        const auto num = static_cast<std::size_t>(last - first);
+        for (std::size_t i = 0; i < num; ++i) {
+            const std::int32_t place = first + static_cast<std::int32_t>(i);
+            const auto n = static_cast<std::size_t>(catalog.IndexOf(place));
+            const std::int16_t* const q = &lines_.label[6 * n];
+            run_.position[i] = lines_.position[n];
+            run_.intensity[i] = lines_.intensity[n];
+            run_.lower[i] = LevelOf(q + 3);
+            run_.upper[i] = LevelOf(q);
         }
-        *out++ = ' ';
-        *out++ = '\n';
-        return out;
+        double shown[kGroup];
+        for (std::size_t i = 0; i < num; ++i) shown[i] = run_.position[i] * texts_.unit();
+        FindUnits({shown, num}, frequency_units_);
+        texts_.quick_lg().Tell(run_, num);
+        std::copy_n(run_.lg, num, shown);
+        FindUnits({shown, num}, lg_units_);
+        for (std::size_t i = 0; i < num; ++i) {
+            // A digit that is shown, or the choice, may hang on the error of the quick way.
+            double& lg = run_.lg[i];
+            if (lg_units_[i] >= 0 && std::fabs(lg - table_.min_lgint) >= QuickLg::kError) continue;
+            lg = catalog.Line(first + static_cast<std::int32_t>(i), table_.absolute).lg;
+            lg_units_[i] = UnitsOf(lg);
+        }
+        first_ = first;
+    }
+
+    char* Put(char* out, std::int32_t place) const {
+        const auto i = static_cast<std::size_t>(place - first_);
+        const double lg = run_.lg[i];
+        if (!std::isfinite(lg) || lg < table_.min_lgint) return out;
+
+        const CatTexts::Level &upper = texts_.upper()[run_.upper[i]],
+                              &lower = texts_.lower()[run_.lower[i]];
+        const bool is_swapped = run_.position[i] < 0.0;
+        const CatTexts::Level &high = is_swapped ? lower : upper, &low = is_swapped ? upper : lower;
+        out = FitUnits<13>(frequency_units_[i], false)
+                  ? PutUnits<13>(out, frequency_units_[i], false)
+                  : PutField4(out, std::fabs(run_.position[i]) * texts_.unit(), 13);
+        out = table_.predictor ? PutError(out, place) : PutText(out, texts_.no_error());
+        out = PutLg(out, lg, lg_units_[i]);
+        out = PutText(out, low.energy);
+        out = PutText(out, texts_.WeightOf(high.J, lower.spin_class), CatTexts::kWeightColumns);
+        PutText(out, high.last);
+        return PutText(out + CatTexts::kQuantaColumns, low.last, CatTexts::kQuantaColumns + 2);
     }
 
   private:
-    double Unit() const { return table_.in_wavenumbers ? table_.wavenumbers : table_.MHz; }
-
-    // Without a fit no line has an uncertainty.
-    char* PutError(char* out, const CatalogLine& line) const {
-        if (!table_.predictor) {
-            std::memcpy(out, no_error_, sizeof no_error_);
-            return out + sizeof no_error_;
-        }
-        const double sd =
-            table_.predictor->Sd({table_.v_upper, line.upper.J, line.upper.Ka, line.upper.Kc},
-                                 {table_.v_lower, line.lower.J, line.lower.Ka, line.lower.Kc});
-        return PutField4(out, ErrorOf(Unit() * sd), kErrorColumns);
+    static char* PutLg(char* out, double lg, std::int64_t units) {
+        const bool is_negative = std::signbit(lg);
+        return lg > kLeastLg && FitUnits<8>(units, is_negative)
+                   ? PutUnits<8>(out, units, is_negative)
+                   : PutField4(out, std::max(lg, kLeastLg), 8);
     }
 
-    double ErrorOf(double sd) const {
-        return table_.in_wavenumbers ? -std::clamp(sd, kLeastNegativeError, kMostNegativeError)
-                                     : std::min(sd, kMostError);
+    char* PutError(char* out, std::int32_t place) const {
+        const std::int16_t* const q =
+            &lines_.label[6 * static_cast<std::size_t>(table_.catalog.IndexOf(place))];
+        const double sd = table_.predictor->Sd({table_.v_upper, q[0], q[1], q[2]},
+                                               {table_.v_lower, q[3], q[4], q[5]});
+        return PutField4(out, texts_.ErrorOf(texts_.unit() * sd), CatTexts::kErrorColumns);
     }
 
-    LevelText& Known(std::vector<LevelText>& texts, std::int32_t level, int v,
-                     const LevelLabel& label, double energy) const {
-        LevelText& text = texts[static_cast<std::size_t>(level)];
-        if (text.is_known) return text;
-        text.is_known = true;
-        char field[kFixed4Room];
-        std::memset(text.quanta, ' ', sizeof text.quanta);
-        char* end = field;
-        for (const int q : {label.J, label.Ka, label.Kc}) end = PutLettered(end, q, 2);
-        if (table_.two_states) end = PutLettered(end, v, 2);
-        std::memcpy(text.quanta, field, static_cast<std::size_t>(end - field));
-        PutField4(field, energy * table_.wavenumbers, 10);
-        std::memcpy(text.energy, field, sizeof text.energy);
-        return text;
-    }
-
+    const CatTexts& texts_;
     const LineTable& table_;
-    std::vector<LevelText> lower_, upper_;
-    char tail_[64];  // tag and format
-    char no_error_[kErrorColumns];
+    const LineList& lines_;
+    std::int32_t first_ = 0;  // of the group
+    QuickLg::Run run_;
+    std::int64_t frequency_units_[kGroup], lg_units_[kGroup];
 };
 
 }  // namespace
@@ -119,8 +111,11 @@ bool HasRoomInMHz(const LineList& lines, double MHz) {
 }
 
 std::int32_t WriteCatLines(Sink& sink, const LineTable& table, Threads* threads) {
-    sink.Expect(static_cast<std::size_t>(table.catalog.size()) * kRow);
-    return WriteCatalog<CatWriter>(sink, table, threads);
+    sink.Expect(static_cast<std::size_t>(table.catalog.size()) * CatWriter::kUsualRow);
+    Threads alone;
+    Threads& sharing = ThreadsForRows(table, threads, alone);
+    const CatTexts texts(table, sharing);
+    return WriteCatalog<CatWriter>(sink, table, texts, sharing);
 }
 
 }  // namespace kiv

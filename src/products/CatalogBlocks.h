@@ -13,31 +13,37 @@
 
 namespace kiv {
 
-/// A Writer has Accepts(line) and char* Put(char* out, line), which writes the row of a line and
-/// returns its end; each thread has one of its own, made from a table.
+/// A Writer has
+///
+///     Source                    what it is made from; each thread has a writer of its own
+///     void Read(first, last)    looks at the lines at these places, kGroup at most; then for each
+///     char* Put(char* out, place)    writes its row and returns the end, `out` where the line is
+///                                    left out
+///     kUsualRow                 characters of most rows
+///     kAhead                    rows between the fetch of a line and its use
 template <class Writer>
 class CatalogBlocks final : public BlockFile {
   public:
-    CatalogBlocks(Sink& sink, const LineTable& table, int threads)
-        : BlockFile(sink), table_(table), rooms_(static_cast<std::size_t>(threads)) {}
+    using Source = typename Writer::Source;
 
-    int blocks() const override { return (table_.catalog.size() + kBlockRows - 1) / kBlockRows; }
+    CatalogBlocks(Sink& sink, const LineTable& table, const Source& source, int threads)
+        : BlockFile(sink),
+          catalog_(table.catalog),
+          source_(source),
+          rooms_(static_cast<std::size_t>(threads)) {}
+
+    int blocks() const override { return (catalog_.size() + kBlockRows - 1) / kBlockRows; }
 
     std::span<const char> Make(int block, int thread) override {
-        std::unique_ptr<Room>& room = rooms_[static_cast<std::size_t>(thread)];
-        if (!room) room = std::make_unique<Room>(table_);
-        room->text.Clear();
-        const Catalog& catalog = table_.catalog;
-        const std::int32_t first = block * kBlockRows;
-        const std::int32_t last = std::min(first + kBlockRows, catalog.size());
-        for (std::int32_t i = first; i < last; ++i) {
-            if (i + kAhead < last) catalog.Fetch(i + kAhead);
-            const CatalogLine line = catalog.Line(i, table_.absolute);
-            if (!room->writer.Accepts(line)) continue;
-            room->text.Add(room->writer.Put(room->text.Room(kMostRow), line));
-            ++room->rows;
+        std::unique_ptr<Room>& place = rooms_[static_cast<std::size_t>(thread)];
+        if (!place) place = std::make_unique<Room>(source_);
+        Room& room = *place;
+        room.text.Clear();
+        const std::int32_t end = std::min((block + 1) * kBlockRows, catalog_.size());
+        for (std::int32_t first = block * kBlockRows; first < end; first += Writer::kGroup) {
+            PutGroup(room, first, std::min(first + Writer::kGroup, end));
         }
-        return room->text.text();
+        return room.text.text();
     }
 
     /// Rows that were made.
@@ -49,30 +55,48 @@ class CatalogBlocks final : public BlockFile {
 
   private:
     static constexpr std::int32_t kBlockRows = 1000;
-    static constexpr std::int32_t kAhead = 12;  // rows between a fetch and its use
     static constexpr std::size_t kMostRow = 2048;
 
     struct Room {
-        explicit Room(const LineTable& table) : writer(table) {}
+        explicit Room(const Source& source) : writer(source) {
+            text.Room(kBlockRows * Writer::kUsualRow + kMostRow);
+        }
 
         Writer writer;
         TextBuffer text;
         std::int32_t rows = 0;
     };
 
-    const LineTable& table_;
+    // Lines are fetched while others are made texts of: more at once would wait for each other.
+    void PutGroup(Room& room, std::int32_t first, std::int32_t last) const {
+        room.writer.Read(first, last);
+        for (std::int32_t place = first; place < last; ++place) {
+            catalog_.Fetch(std::min(place + Writer::kAhead, catalog_.size() - 1));
+            char* const row = room.text.Room(kMostRow);
+            char* const end = room.writer.Put(row, place);
+            room.text.Add(end);
+            room.rows += end > row ? 1 : 0;
+        }
+    }
+
+    const Catalog& catalog_;
+    const Source& source_;
     std::vector<std::unique_ptr<Room>> rooms_;  // by thread
 };
 
+/// `alone` where there are no others or the rows are too few to be worth them.
+inline Threads& ThreadsForRows(const LineTable& table, Threads* threads, Threads& alone) {
+    constexpr std::int32_t kFewRows = 2000;
+    return threads && table.catalog.size() >= kFewRows ? *threads : alone;
+}
+
 /// Writes the rows of all lines that are accepted; returns their number.
 template <class Writer>
-std::int32_t WriteCatalog(Sink& sink, const LineTable& table, Threads* threads) {
-    constexpr std::int32_t kFewRows = 2000;  // take less time than threads are worth
-    Threads alone;
-    if (!threads || table.catalog.size() < kFewRows) threads = &alone;
-    CatalogBlocks<Writer> blocks(sink, table, threads->num());
+std::int32_t WriteCatalog(Sink& sink, const LineTable& table, const typename Writer::Source& source,
+                          Threads& threads) {
+    CatalogBlocks<Writer> blocks(sink, table, source, threads.num());
     BlockFile* const files[] = {&blocks};
-    WriteBlocks(files, *threads);
+    WriteBlocks(files, threads);
     return blocks.rows();
 }
 

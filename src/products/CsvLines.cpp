@@ -15,7 +15,6 @@ constexpr std::string_view kHeader =
     "g_up,band,observed,obs_uncertainty,obs_minus_calc\n";
 
 constexpr double kNoUncertainty = 1e19;  // larger ones stand for none
-constexpr std::size_t kUsualRow = 110;   // characters
 
 char* PutWhole(char* out, int value) { return std::to_chars(out, out + kShortestRoom, value).ptr; }
 
@@ -49,14 +48,20 @@ char* PutText(char* out, const char* text, std::uint8_t size) {
 
 class CsvWriter {
   public:
+    using Source = LineTable;
+    static constexpr std::size_t kUsualRow = 120;
+    static constexpr std::int32_t kGroup = 50, kAhead = 12;
+
     explicit CsvWriter(const LineTable& table)
         : table_(table),
           lower_(table.catalog.source().lower->size()),
           upper_(table.catalog.source().upper->size()) {}
 
-    bool Accepts(const CatalogLine& line) const { return !(line.lg < table_.min_lgint); }
+    void Read(std::int32_t, std::int32_t) {}  // each row looks at its line
 
-    char* Put(char* out, const CatalogLine& line) {
+    char* Put(char* out, std::int32_t place) {
+        const CatalogLine line = table_.catalog.Line(place, table_.absolute);
+        if (line.lg < table_.min_lgint) return out;
         const LevelText& upper = Known(upper_[static_cast<std::size_t>(line.upper_level)],
                                        line.upper, line.upper_energy);
         const LevelText& lower = Known(lower_[static_cast<std::size_t>(line.lower_level)],
@@ -117,9 +122,10 @@ class CsvWriter {
 }  // namespace
 
 std::int32_t WriteCsvLines(Sink& sink, const LineTable& table, Threads* threads) {
-    sink.Expect(static_cast<std::size_t>(table.catalog.size()) * kUsualRow);
+    sink.Expect(static_cast<std::size_t>(table.catalog.size()) * CsvWriter::kUsualRow);
     sink.Put(kHeader.data(), kHeader.size());
-    return WriteCatalog<CsvWriter>(sink, table, threads);
+    Threads alone;
+    return WriteCatalog<CsvWriter>(sink, table, table, ThreadsForRows(table, threads, alone));
 }
 
 }  // namespace kiv

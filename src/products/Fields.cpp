@@ -54,6 +54,7 @@ char* PutField4(char* out, double value, int width) {
 }
 
 char* PutLettered(char* out, int value, int width) {
+    if (value < 100) return PutInt(out, value, width);
     int most = 1;  // of which a letter counts ten
     for (int i = 1; i < width; ++i) most *= 10;
     if (value < 10 * most) return PutInt(out, value, width);

@@ -1,8 +1,11 @@
 // Numbers in the fields of product files, without the cost of printf.
 #pragma once
 
+#include <cmath>
 #include <cstddef>
+#include <cstdint>
 
+#include "io/NumText.h"
 #include "kiv/sink.h"
 
 namespace kiv {
@@ -21,6 +24,15 @@ char* PutFixed7(char* out, double value);
 /// `value` as "%<width>.4f"; what is too large for the field has fewer digits behind the point.
 /// As many characters as kFixed4Room of io/NumText.h may be overwritten.
 char* PutField4(char* out, double value, int width);
+
+/// The same for a width that is known.
+template <int Width>
+char* PutField4(char* out, double value) {
+    const std::int64_t units = UnitsOf(value);
+    const bool is_negative = std::signbit(value);
+    return FitUnits<Width>(units, is_negative) ? PutUnits<Width>(out, units, is_negative)
+                                               : PutField4(out, value, Width);
+}
 
 /// A whole number that is not negative in `width` columns, 2 or 3. What is too large has a letter
 /// in place of its first two digits: 99, A0 = 100, A1, ... Z9 = 359; 999, A00 = 1000, ... Z99 =

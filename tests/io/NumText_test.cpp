@@ -10,17 +10,33 @@
 #include <cstdio>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kiv {
 namespace {
 
-// Both signs; both widths of the line list, the narrowest and the widest.
+// The narrowest width, the widest, and those that are known: both of the line list among them.
 testing::AssertionResult SameAsPrintf(double value) {
+    using Put = char* (*)(char*, double);
+    constexpr std::pair<int, Put> kWays[] = {
+        {1, [](char* out, double v) { return PutFixed4(out, v, 1); }},
+        {8, [](char* out, double v) { return PutFixed4(out, v, 8); }},
+        {16, [](char* out, double v) { return PutFixed4(out, v, 16); }},
+        {7, PutFixed4<7>},
+        {8, PutFixed4<8>},
+        {9, PutFixed4<9>},
+        {10, PutFixed4<10>},
+        {11, PutFixed4<11>},
+        {13, PutFixed4<13>}};
     char ours[kFixed4Room], theirs[kFixed4Room];
     for (double v : {value, -value}) {
-        for (int width : {1, 6, 8, 11, 16}) {
-            const std::string text(ours, PutFixed4(ours, v, width));
+        double side_by_side[] = {v};
+        std::int64_t units = 0;
+        FindUnits(side_by_side, &units);
+        if (units != UnitsOf(v)) return testing::AssertionFailure() << v << ": " << units;
+        for (const auto& [width, put] : kWays) {
+            const std::string text(ours, put(ours, v));
             std::snprintf(theirs, sizeof theirs, "%*.4f", width, v);
             if (text == theirs) continue;
             return testing::AssertionFailure() << theirs << " in " << width << ": " << text;
@@ -38,7 +54,7 @@ TEST(Fixed4, AgreesWithPrintf) {
         }
     }
     for (double power = 1e-12; power < 1e20; power *= 10) {
-        for (double offset : {-0.5, -0.00005, -0.00004999, 0.0, 0.00005, 0.5}) {
+        for (double offset : {-0.5, -0.00005001, -0.00005, -0.00004999, 0.0, 0.00005, 0.5}) {
             ASSERT_TRUE(SameAsPrintf(power + offset));
         }
     }

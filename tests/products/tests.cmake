@@ -1,1 +1,1 @@
-kiv_tests(products SOURCES LineTexts_test.cpp LINKS kiv_products)
+kiv_tests(products SOURCES CatLines_test.cpp LineTexts_test.cpp LINKS kiv_products)
