@@ -53,7 +53,7 @@ int ExportProduct(const Request& request, Terminal& terminal) {
                       ", as in: kiv export " + kFormats[0].word + " " + request.arguments.back());
         return kWrongUse;
     }
-    const Result<Job> job = LoadJob(request.arguments.back());
+    Result<Job> job = LoadJob(request.arguments.back());
     if (!job) {
         terminal.Fail(job.error().text);
         return kFileFailed;

@@ -43,7 +43,7 @@ class Export {
 
     const Request& request_;
     Terminal& terminal_;
-    Job job_;
+    Job& job_;
     ExportOptions options_;
     Workspace work_;
     Calculation calculation_;
@@ -109,7 +109,9 @@ bool Export::FitModel(Model& model) {
 }
 
 int Export::Finish(ProductSink& sink) {
-    const Status kept = sink.Keep();
+    // to give the memory back takes as long as to remove an old file
+    const auto release = [this] { calculation_.room = PassRoom(); };
+    const Status kept = sink.Keep(&work_.threads(), release);
     if (!kept) return Fail(kept.error().text, kFileFailed);
     if (request_.verbose && request_.output) terminal_.Note("written: " + *request_.output);
     return kDone;

@@ -7,11 +7,12 @@
 
 namespace kiv {
 
-/// What a product is made from: the job has no errors, its findings were shown.
+/// What a product is made from: the job has no errors, its findings were shown. The product may
+/// change it.
 struct ExportTask {
     const Request& request;
     Terminal& terminal;
-    const Job& job;
+    Job& job;
 };
 
 // Each writes its product to standard output or the file of -o and returns the exit status.

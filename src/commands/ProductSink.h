@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -36,8 +37,11 @@ class ProductSink final : public Sink {
 
     bool ok() const override { return to_file_ ? file_ && file_->ok() : status_.ok(); }
 
-    /// Puts the file into its place; without it there is no file. CannotWrite.
-    Status Keep() { return to_file_ ? outputs_.Keep() : status_; }
+    /// Puts the file into its place; without it there is no file. `meanwhile` is what OutputSet
+    /// makes of it, and is not called for standard output. CannotWrite.
+    Status Keep(Threads* threads = nullptr, const std::function<void()>& meanwhile = {}) {
+        return to_file_ ? outputs_.Keep(threads, meanwhile) : status_;
+    }
 
   private:
     Terminal& terminal_;

@@ -22,10 +22,11 @@ void ShownProgress::Progress(Stage stage, int done, int all) {
 }
 
 Workspace WorkspaceFor(const Job& job, const Request& request) {
+    if (!job.usable()) return Workspace();  // its input may not even have been read
+    if (request.threads) return Workspace(Memory(), *request.threads);
     const bool is_named = job.form == InputForm::Named;
     const Settings settings = is_named ? SettingsOf(job.input) : SettingsOf(*job.old);
-    const int by_default = settings.max_J < kFewJ ? 1 : UsableCores();
-    return Workspace(Memory(), request.threads ? *request.threads : by_default);
+    return Workspace(Memory(), settings.max_J < kFewJ ? 1 : UsableCores());
 }
 
 void NoteRead(const Job& job, Terminal& terminal) {

@@ -7,7 +7,7 @@
 namespace kiv {
 namespace {
 
-constexpr std::size_t kLarge = std::size_t{1} << 22;  // bytes; takes longer than to wake a thread
+constexpr std::size_t kLarge = std::size_t{1} << 20;  // bytes; takes longer than to wake a thread
 
 Error CannotWrite(const std::string& name, const WholeFile& file) {
     const int reason = file.reason();
@@ -32,7 +32,7 @@ void OutputSet::Add(const std::string& name, const std::string& text, WholeFile:
     if (Sink* const file = Open(name, kind)) file->Put(text.data(), text.size());
 }
 
-Status OutputSet::Keep(Threads* threads) {
+Status OutputSet::Keep(Threads* threads, const std::function<void()>& meanwhile) {
     for (std::size_t i = 0; i < files_.size(); ++i) {
         if (!files_[i].Complete()) return CannotWrite(names_[i], files_[i]);
     }
@@ -41,14 +41,17 @@ Status OutputSet::Keep(Threads* threads) {
     }
     std::vector<WholeFile*> large;
     for (WholeFile& file : files_) {
-        if (threads && file.size() >= kLarge) {
+        if (threads && file.has_remains() && file.size() >= kLarge) {
             large.push_back(&file);
         } else {
             file.Tidy();
         }
     }
-    const auto tidy = [&](int i, int) { large[static_cast<std::size_t>(i)]->Tidy(); };
-    if (!large.empty()) threads->Share(static_cast<int>(large.size()), tidy);
+    if (large.empty()) return {};
+    const auto num = static_cast<int>(large.size());
+    threads->Share(num + (meanwhile ? 1 : 0), [&](int i, int) {
+        i < num ? large[static_cast<std::size_t>(i)]->Tidy() : meanwhile();
+    });
     return {};
 }
 

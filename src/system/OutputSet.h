@@ -2,6 +2,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -23,8 +24,8 @@ class OutputSet {
 
     /// Puts all files into their places. CannotWrite tells which one failed and why; then none of
     /// them was, unless it was the last step that failed. Large old files are removed on `threads`,
-    /// null for none.
-    Status Keep(Threads* threads = nullptr);
+    /// null for none; `meanwhile`, which may be empty, is called beside that where there are some.
+    Status Keep(Threads* threads = nullptr, const std::function<void()>& meanwhile = {});
 
     /// Their names in the order in which they were started.
     const std::vector<std::string>& names() const { return names_; }

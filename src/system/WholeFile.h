@@ -57,6 +57,7 @@ class WholeFile : public Sink {
     /// takes long, and may go on another thread.
     bool Place();
     void Tidy();
+    bool has_remains() const { return has_remains_; }
 
     /// Bytes that were written.
     std::size_t size() const { return written_; }

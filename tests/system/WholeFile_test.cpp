@@ -52,17 +52,19 @@ TEST_F(WholeFileTest, ReplacesTheOldFileOnlyWhenKept) {
 // Large old files are removed on threads, small ones at once; none stays.
 TEST_F(WholeFileTest, SetsOfFilesLeaveNothingOfTheOldOnes) {
     const std::string large(std::size_t{5} << 20, 'x');
+    int calls = 0;
     for (const int num : {1, 3}) {
         Threads threads(num);
         for (int time = 0; time < 2; ++time) {  // new ones, then in place of those
             OutputSet outputs;
             for (const char* name : {"a", "b"}) outputs.Add(name, large);
             outputs.Add("c", "small");
-            ASSERT_TRUE(outputs.Keep(&threads).ok());
+            ASSERT_TRUE(outputs.Keep(&threads, [&] { ++calls; }).ok());
             EXPECT_EQ(NumFiles(), 3);
         }
         EXPECT_TRUE(ReadText("b") == large);
     }
+    EXPECT_EQ(calls, 3);  // but for the first time, when there was nothing to remove
     WholeFile placed;
     ASSERT_TRUE(placed.Open("c"));
     placed.Put("new", 3);
