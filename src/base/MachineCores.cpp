@@ -1,10 +1,13 @@
 #include "base/MachineCores.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
+#include <memory>
 #include <thread>
 
 #ifdef __linux__
+#include <pthread.h>
 #include <sched.h>
 #endif
 
@@ -37,17 +40,34 @@ int CoresOfGroup(const ControlGroup& group) {
     return static_cast<int>(std::min<long long>(cores, kAnyCores));
 }
 
-// Those that the process may run on, 0 when the system does not say.
-int CoresOfAffinity() {
 #ifdef __linux__
+struct FreeCores {
+    void operator()(cpu_set_t* set) const { CPU_FREE(set); }
+};
+
+// Cores of a machine of any size.
+struct CoreSet {
+    std::unique_ptr<cpu_set_t, FreeCores> set;  // null when the system does not say
+    std::size_t size = 0;                       // bytes
+};
+
+// Those that the process may run on.
+CoreSet CoresOfAffinity() {
     for (int room = CPU_SETSIZE; room <= 1 << 16; room *= 2) {  // larger machines need larger sets
-        cpu_set_t* const set = CPU_ALLOC(room);
-        if (!set) return 0;
-        const std::size_t size = CPU_ALLOC_SIZE(room);
-        const int cores = sched_getaffinity(0, size, set) == 0 ? CPU_COUNT_S(size, set) : 0;
-        CPU_FREE(set);
-        if (cores > 0) return cores;
+        CoreSet cores;
+        cores.set.reset(CPU_ALLOC(room));
+        cores.size = CPU_ALLOC_SIZE(room);
+        if (!cores.set || sched_getaffinity(0, cores.size, cores.set.get()) == 0) return cores;
     }
+    return {};
+}
+#endif
+
+// How many the process may run on, 0 when the system does not say.
+int CountAffinity() {
+#ifdef __linux__
+    const CoreSet cores = CoresOfAffinity();
+    if (cores.set) return CPU_COUNT_S(cores.size, cores.set.get());
 #endif
     return 0;
 }
@@ -62,13 +82,24 @@ int CoresOfGroups(const std::string& root) {
     return cores;
 }
 
+void BeginElsewhere([[maybe_unused]] std::thread& thread) {
+#ifdef __linux__
+    const CoreSet all = CoresOfAffinity(), others = CoresOfAffinity();
+    const int here = sched_getcpu();
+    if (!all.set || !others.set || here < 0) return;
+    CPU_CLR_S(static_cast<std::size_t>(here), others.size, others.set.get());
+    if (pthread_setaffinity_np(thread.native_handle(), others.size, others.set.get()) != 0) return;
+    pthread_setaffinity_np(thread.native_handle(), all.size, all.set.get());
+#endif
+}
+
 int UsableCores() {
 #ifdef __EMSCRIPTEN__
     constexpr int kMost = 1;  // where there are no threads
 #else
     constexpr int kMost = kAnyCores;
 #endif
-    const int affinity = CoresOfAffinity();
+    const int affinity = CountAffinity();
     const int cores =
         affinity > 0 ? affinity : static_cast<int>(std::thread::hardware_concurrency());
     return std::max(1, std::min({cores, CoresOfGroups(), kMost}));

@@ -3,6 +3,7 @@
 
 #include <limits>
 #include <string>
+#include <thread>
 
 namespace kiv {
 
@@ -14,5 +15,10 @@ inline constexpr int kAnyCores = std::numeric_limits<int>::max();
 ///
 /// `root` stands before the names of the system's files, for tests.
 int CoresOfGroups(const std::string& root = "");
+
+/// Moves a thread that was just started to another core than the caller's, where the process may
+/// use one; from there it may go to all of them. The system lets some wait behind the caller for
+/// several milliseconds while other cores are idle.
+void BeginElsewhere(std::thread& thread);
 
 }  // namespace kiv

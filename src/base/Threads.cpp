@@ -17,6 +17,8 @@
 #include <signal.h>
 #endif
 
+#include "base/MachineCores.h"
+
 namespace kiv {
 namespace {
 
@@ -76,7 +78,7 @@ class Threads::Team {
         [[maybe_unused]] const SignalsHeldOff held;
         try {
             for (int i = 1; i <= others; ++i) {
-                threads_.emplace_back([this, i] { Serve(i); });
+                BeginElsewhere(threads_.emplace_back([this, i] { Serve(i); }));
             }
         } catch (const std::system_error&) {  // no more threads: those that there are do it all
         }

@@ -11,6 +11,10 @@
 #include <utility>
 #include <vector>
 
+#ifdef __linux__
+#include <sched.h>
+#endif
+
 namespace kiv {
 namespace {
 
@@ -88,6 +92,32 @@ TEST(Threads, ThrowWhatAPartThrowsAndGoOnAfterwards) {
     here.Share(9, [&](int, int) { ++count; });
     EXPECT_EQ(count, 9);
 }
+
+#ifdef __linux__
+// Threads begin on other cores than the caller's, and may use it afterwards; where a process has
+// one core alone, they begin on that.
+TEST(Threads, MayUseTheCoresOfTheirCaller) {
+    cpu_set_t all;
+    ASSERT_EQ(sched_getaffinity(0, sizeof all, &all), 0);
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    for (int core = 0; CPU_COUNT(&one) == 0; ++core) {
+        if (CPU_ISSET(core, &all)) CPU_SET(core, &one);
+    }
+    for (const cpu_set_t& allowed : {one, all}) {
+        ASSERT_EQ(sched_setaffinity(0, sizeof allowed, &allowed), 0);
+        Threads threads(3);
+        std::atomic<int> done = 0;
+        std::atomic<int> same = 0;
+        threads.Share(3, [&](int, int) {  // a part for each, since all wait for the last one
+            cpu_set_t mine;
+            if (sched_getaffinity(0, sizeof mine, &mine) == 0 && CPU_EQUAL(&mine, &allowed)) ++same;
+            for (++done; done < 3;) std::this_thread::yield();
+        });
+        EXPECT_EQ(same, 3);
+    }
+}
+#endif
 
 }  // namespace
 }  // namespace kiv
