@@ -1,6 +1,6 @@
 // How long pages of many lines and points take, as ratios to a page of a thousand sticks and as
-// times. The limits are those of a desk computer of our days; a machine that is busy gets a second
-// try.
+// times. The limits are those of a desk computer of our days; one on which the page of a thousand
+// sticks takes longer gets as many times the time, and a machine that is busy further tries.
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
 import { after, before, test } from 'node:test';
@@ -12,9 +12,17 @@ let browser;
 const INPUT =
   'kiv = 1\n[lower]\nA = 9010.0\nB = 5005.0\nC = 2996.0\n[moment]\nmu = [1.0, 0.7, 0.4]\n[spectrum]\nJ_max = 100\ntemperature = 300.0\n';
 const TRIES = 4;
+const DESK_READY = 160; // ms, of a thousand sticks
+
+let small; // the page of a thousand sticks
+let slowness;
 
 before(async () => {
   browser = await t.openBrowser();
+  folder.write('large.toml', INPUT);
+  const url = folder.view('large.toml', '--max-lines', '1000', '-o', 'small.html');
+  small = await bestOf(url, { ready: 0, frame: 0 });
+  slowness = Math.max(1, small.ready / DESK_READY);
 });
 
 after(async () => {
@@ -70,21 +78,14 @@ async function bestOf(url, limits) {
 }
 
 test('one million sticks: ready within a second, zoomed within 50 ms', async (context) => {
-  folder.write('large.toml', INPUT);
-  const small = await bestOf(folder.view('large.toml', '--max-lines', '1000', '-o', 'small.html'), {
-    ready: 0,
-    frame: 0,
-  });
-  const large = await bestOf(folder.view('large.toml', '-o', 'large.html'), {
-    ready: 1000,
-    frame: 50,
-  });
+  const limits = { ready: 1000 * slowness, frame: 50 };
+  const large = await bestOf(folder.view('large.toml', '-o', 'large.html'), limits);
   const text = (s) => `ready ${s.ready} ms, zoom ${s.frame.toFixed(1)} ms`;
   context.diagnostic(
     `1000 sticks: ${text(small)}; 1000000 sticks: ${text(large)}; ratios ${(large.ready / small.ready).toFixed(1)}, ${(large.frame / small.frame).toFixed(1)}`,
   );
-  assert.ok(large.ready <= 1000, text(large));
-  assert.ok(large.frame <= 50, text(large));
+  assert.ok(large.ready <= limits.ready, text(large));
+  assert.ok(large.frame <= limits.frame, text(large));
   const page = await t.openPage(browser, new URL('large.html', `file://${folder.path}/`).href);
   assert.match(
     await page.textContent('#about'),
@@ -106,11 +107,12 @@ test('a measured spectrum of ten million points', async (context) => {
   const begin = Date.now();
   const url = folder.view('rotor.toml', '--spectrum', 'long.txt');
   const made = Date.now() - begin;
-  const times = await bestOf(url, { ready: 6000, frame: 50 });
+  const limits = { ready: 6000 * slowness, frame: 50 };
+  const times = await bestOf(url, limits);
   context.diagnostic(
     `10000000 points: made in ${made} ms, ready ${times.ready} ms, zoom ${times.frame.toFixed(1)} ms`,
   );
-  assert.ok(times.ready <= 6000 && times.frame <= 50);
+  assert.ok(times.ready <= limits.ready && times.frame <= limits.frame);
   const page = await t.openPage(browser, url);
   await t.show(page, 50000, 50010);
   const shown = await page.evaluate(() => {
