@@ -105,7 +105,9 @@ TEST(Threads, MayUseTheCoresOfTheirCaller) {
         if (CPU_ISSET(core, &all)) CPU_SET(core, &one);
     }
     for (const cpu_set_t& allowed : {one, all}) {
-        ASSERT_EQ(sched_setaffinity(0, sizeof allowed, &allowed), 0);
+        if (sched_setaffinity(0, sizeof allowed, &allowed) != 0) {
+            GTEST_SKIP() << "no thread may choose its cores here";
+        }
         Threads threads(3);
         std::atomic<int> done = 0;
         std::atomic<int> same = 0;
